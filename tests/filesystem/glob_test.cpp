@@ -115,16 +115,22 @@ TEST_F(Glob, LinkBackUpTheTreeIsNotFollowedRound) {
   writeFile("loop/top.txt", "");
   writeFile("loop/sub/low.txt", "");
   ASSERT_EQ(symlink(at("loop").c_str(), at("loop/sub/up").c_str()), 0);
-  ASSERT_EQ(symlink(".", at("loop/sub/self").c_str()), 0);
   const std::vector<std::string> want = {at("loop/sub/low.txt"),
                                          at("loop/top.txt")};
   EXPECT_EQ(textsOf(Fs::glob(Directory(at("loop")), "*.txt", true)), want);
   // Started below the link, the walk goes up once and stops at the start.
-  const std::vector<std::string> fromSub =
-      textsOf(Fs::glob(Directory(at("loop/sub")), "*.txt", true));
   const std::vector<std::string> wantFromSub = {at("loop/sub/up/top.txt"),
                                                 at("loop/sub/low.txt")};
-  EXPECT_EQ(fromSub, wantFromSub);
+  EXPECT_EQ(textsOf(Fs::glob(Directory(at("loop/sub")), "*.txt", true)),
+            wantFromSub);
+}
+
+TEST_F(Glob, LinkToItsOwnDirectoryIsNotEntered) {
+  makeDirectory("self");
+  writeFile("self/f.txt", "");
+  ASSERT_EQ(symlink(".", at("self/again").c_str()), 0);
+  const std::vector<std::string> want = {at("self/f.txt")};
+  EXPECT_EQ(textsOf(Fs::glob(Directory(at("self")), "*", true)), want);
 }
 
 }  // namespace
