@@ -101,11 +101,12 @@ std::string randomText(std::mt19937& random) {
 }
 
 // The one-pass normalisers against the literal search and replace, over
-// current directories that are absolute, missing, or oddly shaped.
+// current directories that are absolute, missing, or oddly shaped; a
+// backslash in the current directory is a name, not a separator.
 TEST(Normalise, MatchesLiteralModel) {
   std::mt19937 random(20240611);
-  const char* currentDirectories[] = {"/w/x/",  "/",     "",
-                                      "/a/../", "//.//", "rel/"};
+  const char* currentDirectories[] = {"/w/x/", "/",    "",      "/a/../",
+                                      "//.//", "rel/", "/b\\./"};
   for (int i = 0; i < 50000; ++i) {
     std::string text = randomText(random);
     for (const char* currentDirectory : currentDirectories) {
