@@ -28,8 +28,9 @@ class File;
 // The name of a directory. Its text is what reaches the operating system.
 class ZUPLATFORM_API Directory {
  public:
-  // The directories a caller can ask for by name.
-  enum WellKnownDirectory {
+  // The directories a caller can ask for by name. The type holds any 32-bit
+  // value, so a caller may pass one past 5: it names no directory.
+  enum WellKnownDirectory : unsigned int {
     WELL_KNOWN_CURRENT = 0,  // the working directory (getcwd)
     WELL_KNOWN_ROOT = 1,     // "/"
     WELL_KNOWN_HOME = 2,     // $HOME taken literally; empty if unset
@@ -166,7 +167,9 @@ ZUPLATFORM_API const std::string& getPathSeparator();
 
 // The full path of the running executable, read once from /proc/self/exe and
 // kept for the life of the process; empty while it cannot be read (the next
-// call tries again). Safe when several threads make the first call at once.
+// call tries again). Calls before the first success take a lock, so threads
+// that make the first call together read the link one at a time; after it,
+// no lock. A reference taken while still empty may be filled by a later call.
 ZUPLATFORM_API const std::string& _getProcessFileName();
 
 #endif  // ZUPLATFORM_PATHS_H

@@ -1,0 +1,54 @@
+// A slow, literal model of the two path normalisers: every step done by
+// repeated search and replace on the whole text, as the steps read. The
+// tests, the fuzzer and the benchmark compare the library against it.
+// Self-contained: the standard library only.
+#ifndef ZUPLATFORM_TESTS_SUPPORT_PATH_MODEL_H
+#define ZUPLATFORM_TESTS_SUPPORT_PATH_MODEL_H
+
+#include <algorithm>
+#include <string>
+
+namespace pathmodel {
+
+// As long as "/./" occurs, its first occurrence becomes "/".
+inline void collapseDots(std::string& text) {
+  for (size_t p; (p = text.find("/./")) != std::string::npos;) {
+    text.replace(p, 3, "/");
+  }
+}
+
+// As long as "/../" occurs at p: the last "/" before p at q, and [q, p + 4)
+// becomes "/". With no "/" before p the collapse stops for good.
+inline void collapseDotDots(std::string& text) {
+  for (size_t p; (p = text.find("/../")) != std::string::npos;) {
+    if (p == 0) return;
+    size_t q = text.rfind('/', p - 1);
+    if (q == std::string::npos) return;
+    text.replace(q, p + 4 - q, "/");
+  }
+}
+
+// currentDirectory is the text a relative path is put behind: it ends in
+// "/", or it is empty when the working directory could not be learned.
+inline std::string directory(std::string path,
+                             const std::string& currentDirectory) {
+  if (path.empty()) path = ".";
+  std::replace(path.begin(), path.end(), '\\', '/');
+  if (path.back() != '/') path += '/';
+  if (path[0] != '/') path = currentDirectory + path;
+  collapseDots(path);
+  collapseDotDots(path);
+  return path;
+}
+
+inline std::string file(std::string path, const std::string& currentDirectory) {
+  std::replace(path.begin(), path.end(), '\\', '/');
+  if (!path.empty() && path[0] != '/') path = currentDirectory + path;
+  collapseDots(path);
+  collapseDotDots(path);
+  return path;
+}
+
+}  // namespace pathmodel
+
+#endif  // ZUPLATFORM_TESTS_SUPPORT_PATH_MODEL_H
