@@ -47,10 +47,21 @@ uint64_t fmix64(uint64_t k) {
 
 }  // namespace
 
+// The block loops are short chains of multiplies and rotations; where one
+// straddles a 64-byte boundary the processor fetches two lines per pass and
+// loses about a tenth of its speed, by nothing but the placement the linker
+// happens to give. Starting each loop on a boundary makes the speed
+// independent of that placement.
+#if defined(__GNUC__) && !defined(__clang__)
+#define ZU_ALIGNED_LOOPS __attribute__((optimize("align-loops=64")))
+#else
+#define ZU_ALIGNED_LOOPS
+#endif
+
 extern "C" {
 
-void MurmurHash3_x86_32(const void* key, int len, unsigned int seed,
-                        void* out) {
+ZU_ALIGNED_LOOPS void MurmurHash3_x86_32(const void* key, int len,
+                                         unsigned int seed, void* out) {
   const uint8_t* data = static_cast<const uint8_t*>(key);
   const int blockCount = len / 4;
   const uint32_t c1 = 0xcc9e2d51u;
@@ -90,8 +101,8 @@ void MurmurHash3_x86_32(const void* key, int len, unsigned int seed,
   memcpy(out, &h1, sizeof h1);
 }
 
-void MurmurHash3_x86_128(const void* key, int len, unsigned int seed,
-                         void* out) {
+ZU_ALIGNED_LOOPS void MurmurHash3_x86_128(const void* key, int len,
+                                          unsigned int seed, void* out) {
   const uint8_t* data = static_cast<const uint8_t*>(key);
   const int blockCount = len / 16;
   const uint32_t c1 = 0x239b961bu;
@@ -242,8 +253,8 @@ void MurmurHash3_x86_128(const void* key, int len, unsigned int seed,
   memcpy(out, result, sizeof result);
 }
 
-void MurmurHash3_x64_128(const void* key, int len, unsigned int seed,
-                         void* out) {
+ZU_ALIGNED_LOOPS void MurmurHash3_x64_128(const void* key, int len,
+                                          unsigned int seed, void* out) {
   const uint8_t* data = static_cast<const uint8_t*>(key);
   const int blockCount = len / 16;
   const uint64_t c1 = 0x87c37b91114253d5ull;
