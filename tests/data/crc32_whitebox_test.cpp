@@ -10,9 +10,7 @@ namespace {
 // entry: each entry is the CRC register after eight shifts of its index.
 TEST(Crc32Table, EqualsTheStandardTable) {
   const Zu::detail::Crc32Table& table = Zu::detail::crc32Table;
-  EXPECT_EQ(table[0], 0u);
   EXPECT_EQ(table[1], 0x77073096u);
-  EXPECT_EQ(table[128], 0xEDB88320u);
   EXPECT_EQ(table[255], 0x2D02EF8Du);
   for (uint32_t index = 0; index < 256; ++index) {
     uint32_t want = index;

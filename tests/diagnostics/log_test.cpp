@@ -1,57 +1,78 @@
+// The log core, the legacy message functions and the assertion, through the
+// default handler (what reaches stderr, what is thrown) and through handlers
+// of the test's own.
 #include <ZuPlatform/diagnostics.h>
+#include <gtest/gtest.h>
 
 #include <cstdarg>
+#include <stdexcept>
 #include <string>
-
-#include "diagnostics/log_fixture.h"
 
 namespace {
 
 using Zu::eLogLevel;
 
-void logAt(eLogLevel level, const char* text) {
-  switch (level) {
-    case Zu::LOG_LEVEL_FATAL:
-      Zu::LogFatal("%s", text);
-      break;
-    case Zu::LOG_LEVEL_ERROR:
-      Zu::LogError("%s", text);
-      break;
-    case Zu::LOG_LEVEL_WARN:
-      Zu::LogWarn("%s", text);
-      break;
-    case Zu::LOG_LEVEL_INFO:
-      Zu::LogInfo("%s", text);
-      break;
-    case Zu::LOG_LEVEL_DEBUG:
-      Zu::LogDebug("%s", text);
-      break;
-    case Zu::LOG_LEVEL_TRACE:
-      Zu::LogTrace("%s", text);
-      break;
+struct LogOutcome {
+  std::string written;  // stderr
+  bool threw = false;
+  std::string thrown;  // what() of the runtime_error
+};
+
+template <typename Call>
+LogOutcome runLogged(Call call) {
+  LogOutcome outcome;
+  testing::internal::CaptureStderr();
+  try {
+    call();
+  } catch (const std::runtime_error& error) {
+    outcome.threw = true;
+    outcome.thrown = error.what();
   }
+  outcome.written = testing::internal::GetCapturedStderr();
+  return outcome;
 }
 
-// Calls a handler with a va_list, as an entry point would.
-void callHandler(Zu::LogHandler handler, eLogLevel level, const char* format,
-                 ...) {
-  va_list args;
-  va_start(args, format);
-  handler(level, format, args);
-  va_end(args);
+// A handler that records the last message it was given, formatted.
+struct RecordedMessage {
+  int calls = 0;
+  eLogLevel level = eLogLevel(0);
+  std::string format, text;
+} recorded;
+
+void recordMessage(eLogLevel level, const char* format, va_list args) {
+  char text[256];
+  vsnprintf(text, sizeof text, format, args);
+  recorded = {recorded.calls + 1, level, format, text};
 }
 
-class Log : public LogTest {};
+void ignoreMessage(eLogLevel, const char*, va_list) {}
 
-TEST_F(Log, StateAfterLoad) {
-  EXPECT_EQ(Zu::LogGetLevel(), Zu::LOG_LEVEL_DEBUG);
-  EXPECT_EQ(runLogged([] { Zu::LogDebug("seen\n"); }).written, "DEBUG: seen\n");
-  EXPECT_EQ(runLogged([] { Zu::LogTrace("unseen\n"); }).written, "");
-}
+// Puts the log's level and handler back after each test.
+class Log : public testing::Test {
+ protected:
+  void SetUp() override {
+    recorded = RecordedMessage();
+    savedLevel = Zu::LogGetLevel();
+    savedHandler = Zu::LogSetHandler(ignoreMessage);
+    Zu::LogSetHandler(savedHandler);
+  }
+  void TearDown() override {
+    Zu::LogSetLevel(savedLevel);
+    Zu::LogSetHandler(savedHandler);
+  }
+  eLogLevel savedLevel;
+  Zu::LogHandler savedHandler;
+};
 
-// A message passes when its level is at most the threshold; Fatal is left
-// to the death tests.
+using Entry = void (*)(const char*, ...);
+const Entry ENTRY_AT_LEVEL[] = {nullptr,     Zu::LogFatal, Zu::LogError,
+                                Zu::LogWarn, Zu::LogInfo,  Zu::LogDebug,
+                                Zu::LogTrace};
+
+// A message passes when its level is at most the threshold; a passing Fatal
+// is left to the death test.
 TEST_F(Log, ThresholdIsInclusive) {
+  EXPECT_EQ(savedLevel, Zu::LOG_LEVEL_DEBUG);  // after load
   const struct {
     int threshold;
     eLogLevel level;
@@ -66,141 +87,189 @@ TEST_F(Log, ThresholdIsInclusive) {
       // the boundary
       {3, Zu::LOG_LEVEL_WARN, "WARN: m\n"},
       {3, Zu::LOG_LEVEL_INFO, ""},
-      {2, Zu::LOG_LEVEL_ERROR, "ERROR: m\n"},
-      {2, Zu::LOG_LEVEL_WARN, ""},
       // 6 and beyond let everything through
       {6, Zu::LOG_LEVEL_TRACE, "TRACE: m\n"},
-      {1000, Zu::LOG_LEVEL_TRACE, "TRACE: m\n"},
-      // nothing passes at 0 or below
+      // Fatal alone passes at 1; nothing passes at 0 or below
       {1, Zu::LOG_LEVEL_ERROR, ""},
-      {0, Zu::LOG_LEVEL_ERROR, ""},
+      {0, Zu::LOG_LEVEL_FATAL, ""},
       {-1, Zu::LOG_LEVEL_WARN, ""},
   };
   for (const auto& row : rows) {
     Zu::LogSetLevel(static_cast<eLogLevel>(row.threshold));
-    EXPECT_EQ(Zu::LogGetLevel(), row.threshold);
-    const LogOutcome outcome = runLogged([&] { logAt(row.level, "m\n"); });
+    const LogOutcome outcome =
+        runLogged([&] { ENTRY_AT_LEVEL[row.level]("m\n"); });
     EXPECT_EQ(outcome.written, row.want)
         << "threshold " << row.threshold << " level " << row.level;
     // Only a printed error throws.
     EXPECT_EQ(outcome.threw,
-              row.level == Zu::LOG_LEVEL_ERROR && !row.want.empty());
+              row.level == Zu::LOG_LEVEL_ERROR && !row.want.empty())
+        << "threshold " << row.threshold << " level " << row.level;
   }
 }
 
-TEST_F(Log, ErrorThrowsTheTextWithoutPrefix) {
-  const LogOutcome outcome =
-      runLogged([] { Zu::LogError("disk %s at %d%%\n", "full", 100); });
-  EXPECT_EQ(outcome.written, "ERROR: disk full at 100%\n");
-  ASSERT_TRUE(outcome.threw);
-  EXPECT_EQ(outcome.thrown, "disk full at 100%\n");
-}
-
-TEST_F(Log, LongTextIsCutAt4999Characters) {
-  const struct {
-    size_t length;
-    size_t kept;
-  } rows[] = {{4998, 4998}, {4999, 4999}, {5000, 4999}, {12000, 4999}};
-  for (const auto& row : rows) {
-    std::string text(row.length, 'x');
-    text.back() = 'y';  // shows whether the end survived
-    const std::string kept = text.substr(0, row.kept);
-    const LogOutcome warned =
-        runLogged([&] { Zu::LogWarn("%s", text.c_str()); });
-    EXPECT_EQ(warned.written, "WARN: " + kept) << row.length;
-    const LogOutcome failed =
-        runLogged([&] { Zu::LogError("%s", text.c_str()); });
-    EXPECT_EQ(failed.written, "ERROR: " + kept) << row.length;
-    EXPECT_EQ(failed.thrown, kept) << row.length;
-  }
-}
-
-TEST_F(Log, EmptyFormat) {
-  const char* empty = "";
-  EXPECT_EQ(runLogged([&] { Zu::LogInfo(empty); }).written, "INFO: ");
-  const LogOutcome outcome = runLogged([&] { Zu::LogError(empty); });
-  EXPECT_EQ(outcome.written, "ERROR: ");
-  EXPECT_TRUE(outcome.threw);
-  EXPECT_EQ(outcome.thrown, "");
-}
-
-TEST_F(Log, FatalExitsWithStatusOne) {
+TEST_F(Log, FatalExitsWithStatusOneAtAnyPassingThreshold) {
   EXPECT_EXIT(Zu::LogFatal("stopping %d\n", 3), testing::ExitedWithCode(1),
               "^FATAL: stopping 3\n$");
-}
-
-TEST_F(Log, FatalThresholdSilencesErrorButStillExits) {
   Zu::LogSetLevel(Zu::LOG_LEVEL_FATAL);
-  const LogOutcome outcome = runLogged([] { Zu::LogError("quiet\n"); });
-  EXPECT_EQ(outcome.written, "");
-  EXPECT_FALSE(outcome.threw);
   EXPECT_EXIT(Zu::LogFatal("loud\n"), testing::ExitedWithCode(1),
               "^FATAL: loud\n$");
 }
 
-TEST_F(Log, ThresholdZeroLetsFatalReturn) {
-  Zu::LogSetLevel(static_cast<eLogLevel>(0));
-  EXPECT_EQ(runLogged([] { Zu::LogFatal("ignored\n"); }).written, "");
-}
-
-// Only a caller holding the default handler can hand it a level outside
-// 1..6: the text comes without a prefix, and nothing is thrown.
-TEST_F(Log, UnknownLevelHasNoPrefix) {
-  Zu::LogSetLevel(static_cast<eLogLevel>(100));
-  for (int level : {0, 7, 99}) {
-    const LogOutcome outcome = runLogged([&] {
-      callHandler(savedHandler, static_cast<eLogLevel>(level), "n=%d\n", 5);
-    });
-    EXPECT_EQ(outcome.written, "n=5\n") << level;
-    EXPECT_FALSE(outcome.threw) << level;
+// The error's text is thrown without its prefix, and both are cut alike.
+TEST_F(Log, LongTextIsCutAt4999Characters) {
+  for (size_t length : {4998, 4999, 5000, 12000}) {
+    std::string text(length, 'x');
+    text.back() = 'y';  // shows whether the end survived
+    const std::string kept = text.substr(0, 4999);
+    EXPECT_EQ(runLogged([&] { Zu::LogWarn("%s", text.c_str()); }).written,
+              "WARN: " + kept)
+        << length;
+    const LogOutcome failed =
+        runLogged([&] { Zu::LogError("%s", text.c_str()); });
+    EXPECT_EQ(failed.written, "ERROR: " + kept) << length;
+    EXPECT_EQ(failed.thrown, kept) << length;
   }
 }
 
+// The threshold, the printing and the throwing are all the default handler's.
 TEST_F(Log, ReplacedHandlerSeesEverythingAndDecides) {
-  recorded = RecordedMessage();
-  Zu::LogSetHandler(recordMessage);
-
-  const LogOutcome trace = runLogged([] { Zu::LogTrace("t %d", 1); });
-  EXPECT_EQ(trace.written, "");
-  EXPECT_EQ(recorded.level, Zu::LOG_LEVEL_TRACE);
-  EXPECT_EQ(recorded.format, "t %d");  // unformatted, no prefix
-  EXPECT_EQ(recorded.text, "t 1");
-
-  // The handler returns, and so does LogError; LogFatal as well.
-  const LogOutcome error = runLogged([] { Zu::LogError("e"); });
-  EXPECT_FALSE(error.threw);
-  EXPECT_EQ(recorded.level, Zu::LOG_LEVEL_ERROR);
-  Zu::LogFatal("f");
-  EXPECT_EQ(recorded.level, Zu::LOG_LEVEL_FATAL);
-
-  // The threshold is the default handler's business only.
+  EXPECT_EQ(Zu::LogSetHandler(recordMessage), savedHandler);
   Zu::LogSetLevel(static_cast<eLogLevel>(0));
-  Zu::LogDebug("d");
-  EXPECT_EQ(recorded.level, Zu::LOG_LEVEL_DEBUG);
-  EXPECT_EQ(recorded.calls, 4);
-}
-
-TEST_F(Log, SetHandlerReturnsThePreviousOne) {
-  const Zu::LogHandler original = Zu::LogSetHandler(recordMessage);
-  EXPECT_EQ(original, savedHandler);
-  EXPECT_EQ(Zu::LogSetHandler(ignoreMessage), recordMessage);
-  EXPECT_EQ(Zu::LogSetHandler(original), ignoreMessage);
-
-  // Back to the default policy entirely: printing, filtering and throwing.
-  EXPECT_EQ(runLogged([] { Zu::LogInfo("again\n"); }).written, "INFO: again\n");
-  EXPECT_EQ(runLogged([] { Zu::LogTrace("filtered\n"); }).written, "");
-  EXPECT_TRUE(runLogged([] { Zu::LogError("thrown\n"); }).threw);
-}
-
-// A handler may forward to the saved default one and get its policy back.
-TEST_F(Log, ForwardingToTheDefaultHandler) {
-  static Zu::LogHandler forwardTo;
-  forwardTo = savedHandler;
-  Zu::LogSetHandler([](eLogLevel level, const char* format, va_list args) {
-    forwardTo(level, format, args);
+  const LogOutcome outcome = runLogged([] {
+    Zu::LogTrace("t %d", 1);
+    Zu::LogError("e");
+    Zu::LogFatal("f %s", "x");
   });
-  EXPECT_EQ(runLogged([] { Zu::LogWarn("w%d\n", 2); }).written, "WARN: w2\n");
-  EXPECT_TRUE(runLogged([] { Zu::LogError("x"); }).threw);
+  EXPECT_EQ(outcome.written, "");
+  EXPECT_FALSE(outcome.threw);
+  EXPECT_EQ(recorded.calls, 3);
+  EXPECT_EQ(recorded.level, Zu::LOG_LEVEL_FATAL);
+  EXPECT_EQ(recorded.format, "f %s");  // unformatted, no prefix
+  EXPECT_EQ(recorded.text, "f x");
+
+  EXPECT_EQ(Zu::LogSetHandler(savedHandler), recordMessage);
+}
+
+// The int of the legacy functions has no effect on anything; ZuFatalError is
+// an error, not a fatal message: it throws and the process goes on.
+TEST_F(Log, LegacyMessageFunctionsUseFixedLevels) {
+  EXPECT_EQ(runLogged([] { Zu::ZuInfo(-7, "i%d\n", 1); }).written,
+            "INFO: i1\n");
+  EXPECT_EQ(runLogged([] { Zu::ZuWarning(99, "w%s\n", "!"); }).written,
+            "WARN: w!\n");
+  const LogOutcome error = runLogged([] { Zu::ZuFatalError(6, "f\n"); });
+  EXPECT_EQ(error.written, "ERROR: f\n");
+  EXPECT_EQ(error.thrown, "f\n");
+}
+
+int droppedHandlerCalls = 0;
+void droppedHandler(int, const char*, va_list) { ++droppedHandlerCalls; }
+
+template <Zu::LegacyMessageHandler (*set)(Zu::LegacyMessageHandler)>
+bool dropsHandler() {
+  const Zu::LegacyMessageHandler returned = set(droppedHandler);
+  return returned != nullptr && returned != droppedHandler;
+}
+
+// Each deprecated call warns once, without a newline, through the log (so
+// the threshold applies), and changes neither the level nor the handler.
+TEST_F(Log, DeprecatedCallsWarnAndChangeNothing) {
+  const struct {
+    bool (*call)();  // true when the value returned is the one expected
+    const char* message;
+  } rows[] = {
+      {[] { return Zu::getZuInfoLevel() == 0; },
+       "getZuInfoLevel() is deprecated. Use Zu::LogGetLevel() instead."},
+      {[] { return Zu::setZuInfoLevel(1) == 0; },
+       "setZuInfoLevel() is deprecated. Use Zu::LogSetLevel() instead."},
+      {[] { return Zu::getZuWarningLevel() == 0; },
+       "getZuWarningLevel() is deprecated. Use Zu::LogGetLevel() instead."},
+      {[] { return Zu::setZuWarningLevel(6) == 0; },
+       "setZuWarningLevel() is deprecated. Use Zu::LogSetLevel() instead."},
+      {[] { return Zu::getZuFatalErrorLevel() == 0; },
+       "getZuFatalErrorLevel() is deprecated. Use Zu::LogGetLevel() instead."},
+      {[] { return Zu::setZuFatalErrorLevel(0) == 0; },
+       "setZuFatalErrorLevel() is deprecated. Use Zu::LogSetLevel() instead."},
+      // What comes back is a harmless handler of the library's own.
+      {dropsHandler<Zu::ZuSetInfoHandler>,
+       "ZuSetInfoHandler() is deprecated. Use ZuSetLogHandler() instead."},
+      {dropsHandler<Zu::ZuSetWarningHandler>,
+       "ZuSetWarningHandler() is deprecated. Use ZuSetLogHandler() instead."},
+      {dropsHandler<Zu::ZuSetFatalErrorHandler>,
+       "ZuSetFatalErrorHandler() is deprecated. Use ZuSetLogHandler() "
+       "instead."},
+  };
+  for (const auto& row : rows) {
+    bool returned = false;
+    const LogOutcome outcome = runLogged([&] { returned = row.call(); });
+    EXPECT_EQ(outcome.written, std::string("WARN: ") + row.message);
+    EXPECT_TRUE(returned) << row.message;
+    EXPECT_EQ(Zu::LogGetLevel(), savedLevel) << row.message;
+    EXPECT_EQ(Zu::LogSetHandler(savedHandler), savedHandler) << row.message;
+    Zu::LogSetLevel(Zu::LOG_LEVEL_ERROR);
+    EXPECT_EQ(runLogged(row.call).written, "") << row.message;
+    Zu::LogSetLevel(savedLevel);
+  }
+  runLogged([] { Zu::ZuWarning(0, "after\n"); });
+  EXPECT_EQ(droppedHandlerCalls, 0);
+}
+
+// The located text: the file's last component, the line in "% 4d", the
+// format. The default handler expands it with the caller's arguments, prints
+// it after "ERROR: " and throws it.
+TEST_F(Log, AssertionLocatesItsMessage) {
+  Zu::LogSetHandler(recordMessage);
+  Zu::ZuAssertImplementation(nullptr, 1, true, nullptr);  // reads nothing
+  EXPECT_EQ(recorded.calls, 0);
+  Zu::LogSetHandler(savedHandler);
+  const struct {
+    const char* file;
+    unsigned int line;
+    std::string want;
+  } rows[] = {
+      // line field: at least 4 wide, a column kept for the sign
+      {"a.cpp", 7, "a.cpp:   7: failed\n"},
+      {"a.cpp", 1234, "a.cpp: 1234: failed\n"},
+      {"a.cpp", 123456, "a.cpp: 123456: failed\n"},
+      // only the last component shows, after either separator
+      {"/usr/src/lib/module.cpp", 12, "module.cpp:  12: failed\n"},
+      {"C:\\work\\win.cpp", 12, "win.cpp:  12: failed\n"},
+      {"mixed/dir\\x.y.cpp", 12, "x.y.cpp:  12: failed\n"},
+      {"", 7, ":   7: failed\n"},
+  };
+  for (const auto& row : rows) {
+    const LogOutcome outcome = runLogged([&] {
+      Zu::ZuAssertImplementation(row.file, row.line, false, "%s\n", "failed");
+    });
+    EXPECT_EQ(outcome.written, "ERROR: " + row.want) << row.file;
+    EXPECT_TRUE(outcome.threw) << row.file;
+    EXPECT_EQ(outcome.thrown, row.want) << row.file;
+  }
+  // The line is no conversion of the located format; the handler gets the
+  // caller's arguments.
+  Zu::LogSetHandler(recordMessage);
+  Zu::ZuAssertImplementation("f.cpp", 9, false, "v=%d%%", 5);
+  EXPECT_EQ(recorded.level, Zu::LOG_LEVEL_ERROR);
+  EXPECT_EQ(recorded.format, "f.cpp:   9: v=%d%%");
+  EXPECT_EQ(recorded.text, "f.cpp:   9: v=5%");
+}
+
+// The located buffer is released whether the handler returns or throws; the
+// sanitizer's leak check at exit fails the test otherwise.
+TEST_F(Log, AssertionReleasesItsBufferOnEveryWayOut) {
+  Zu::LogSetHandler([](eLogLevel, const char*, va_list) {
+    throw std::logic_error("from the handler");
+  });
+  EXPECT_THROW(Zu::ZuAssertImplementation("f.cpp", 1, false, "x"),
+               std::logic_error);
+  Zu::LogSetHandler(savedHandler);
+  EXPECT_THROW(Zu::ZuAssertImplementation("f.cpp", 1, false, "x"),
+               std::runtime_error);
+  Zu::LogSetLevel(Zu::LOG_LEVEL_FATAL);
+  const LogOutcome quiet =
+      runLogged([] { Zu::ZuAssertImplementation("f.cpp", 1, false, "x"); });
+  EXPECT_EQ(quiet.written, "");
+  EXPECT_FALSE(quiet.threw);
 }
 
 }  // namespace
