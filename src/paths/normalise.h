@@ -8,8 +8,8 @@
 namespace ZuPlatform {
 namespace detail {
 
-// Where a normaliser learns the current directory; asked only for a relative
-// path. The tests hand in a fixed text here.
+// Where a normaliser learns the current directory, as a text that ends in "/"
+// or is empty; asked only for a relative path. Tests hand in a fixed text.
 using CurrentDirectoryQuery = std::string (*)();
 
 // The working directory ending in "/"; empty if getcwd fails.
@@ -24,10 +24,6 @@ std::string normaliseDirectoryText(
 std::string normaliseFileText(
     const std::string& path,
     CurrentDirectoryQuery currentDirectory = currentDirectoryText);
-
-// Drops every "." component that has a "/" on both sides, then lets each
-// "/../" take away the component before it, in one pass.
-std::string collapseComponents(const std::string& text);
 
 // Byte-wise unsigned order; a proper prefix comes first.
 bool lessByBytes(const std::string& left, const std::string& right);
