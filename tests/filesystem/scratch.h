@@ -1,7 +1,6 @@
-// A fresh directory per test, made in SetUp and removed with everything in it
-// in TearDown, plus small helpers to lay out and read back real files. The
-// clean-up walks with nftw and never follows links, so it doesn't depend on
-// the operations under test.
+// A fresh directory per test, removed with all it holds afterwards by an nftw
+// walk that never follows links (so clean-up doesn't rest on the code under
+// test), and helpers to lay out and read back real files.
 #ifndef ZU_TESTS_FILESYSTEM_SCRATCH_H
 #define ZU_TESTS_FILESYSTEM_SCRATCH_H
 
@@ -10,7 +9,6 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <cstdio>
 #include <cstdlib>
 #include <fstream>
 #include <sstream>
@@ -19,68 +17,36 @@
 class Scratch : public ::testing::Test {
  protected:
   void SetUp() override {
-    const char* base = getenv("TMPDIR");
-    std::string pattern = std::string(base && *base ? base : "/tmp") +
-                          "/zu_filesystem_test_XXXXXX";
-    ASSERT_NE(mkdtemp(&pattern[0]), nullptr) << pattern;
+    std::string pattern = "/tmp/zu_filesystem_test_XXXXXX";
+    ASSERT_NE(mkdtemp(&pattern[0]), nullptr);
     root = pattern + "/";
   }
-
   void TearDown() override {
-    chmodTree(root);  // a test may have taken write permission away
     nftw(root.c_str(), removeEntry, 16, FTW_DEPTH | FTW_PHYS);
   }
-
-  // root followed by relative, e.g. at("a/b/").
   std::string at(const std::string& relative) const { return root + relative; }
-
-  void makeDirectory(const std::string& relative) const {
-    ASSERT_EQ(mkdir(at(relative).c_str(), 0777), 0) << relative;
+  void mkdirs(std::initializer_list<const char*> relatives) const {
+    for (const char* relative : relatives) mkdir(at(relative).c_str(), 0777);
   }
-
-  void writeFile(const std::string& relative,
-                 const std::string& content) const {
-    std::ofstream out(at(relative), std::ios::binary);
-    out << content;
-    ASSERT_TRUE(out.good()) << relative;
+  void write(const std::string& relative, const std::string& content) const {
+    std::ofstream(at(relative), std::ios::binary) << content;
   }
-
-  std::string readFile(const std::string& relative) const {
-    std::ifstream in(at(relative), std::ios::binary);
+  std::string read(const std::string& relative) const {
     std::ostringstream content;
-    content << in.rdbuf();
+    content << std::ifstream(at(relative), std::ios::binary).rdbuf();
     return content.str();
   }
-
-  bool present(const std::string& relative) const {
+  // The lstat mode of the entry, 0 if there is none.
+  mode_t mode(const std::string& relative) const {
     struct stat status;
-    return lstat(at(relative).c_str(), &status) == 0;
+    return lstat(at(relative).c_str(), &status) == 0 ? status.st_mode : 0;
   }
-
-  mode_t permissions(const std::string& relative) const {
-    struct stat status;
-    if (stat(at(relative).c_str(), &status) != 0) return 0;
-    return status.st_mode & 07777;
-  }
-
   std::string root;  // ends in "/"
 
  private:
-  static int makeWritable(const char* path, const struct stat* status, int type,
-                          FTW*) {
-    if (type == FTW_D || type == FTW_DNR) chmod(path, status->st_mode | 0700);
-    return 0;
-  }
-  static void chmodTree(const std::string& path) {
-    nftw(path.c_str(), makeWritable, 16, FTW_PHYS);
-  }
   static int removeEntry(const char* path, const struct stat*, int type, FTW*) {
-    if (type == FTW_DP) {
-      rmdir(path);
-    } else {
-      unlink(path);
-    }
-    return 0;
+    type == FTW_DP ? rmdir(path) : unlink(path);
+    return 0;  // a failure must not stop the rest of the clean-up
   }
 };
 
