@@ -24,6 +24,9 @@ TEST_F(CreateRemove, CreateDirectoryAndFile) {
   EXPECT_EQ(read("x/y/new"), "");
   EXPECT_TRUE(Fs::create(Directory(at("a"))));  // already there
   EXPECT_TRUE(Fs::create(Directory("/")));
+  // The empty path is its own parent and has no ancestor to stop at.
+  EXPECT_FALSE(Fs::create(Directory()));
+  EXPECT_FALSE(Fs::create(File()));
   // Refused whatever the permissions, so these hold under root as well.
   EXPECT_FALSE(Fs::create(Directory(at("plain"))));
   EXPECT_FALSE(Fs::create(Directory(at("plain/sub/deeper"))));
