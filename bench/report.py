@@ -35,6 +35,10 @@ PAIRS += [
      "modelHostile/1024", "naive search-and-replace"),
     ("Directory(text), hostile 16 KiB", "directoryHostile/16384",
      "modelHostile/16384", "naive search-and-replace"),
+    ("Directory(text), hostile 1 KiB", "directoryHostile/1024",
+     "lexicallyNormalHostile/1024", "std::filesystem lexically_normal"),
+    ("Directory(text), hostile 1 MiB", "directoryHostile/1048576",
+     "lexicallyNormalHostile/1048576", "std::filesystem lexically_normal"),
     ("File(text), hostile 1 KiB", "fileHostile/1024", "modelHostile/1024",
      "naive search-and-replace"),
     ("Directory(text), hostile 1 MiB (per byte vs 1 KiB)",
@@ -46,6 +50,22 @@ PAIRS += [
      "mallocFree/32", "malloc + free"),
     ("KaMemoryAPI_create + destroy, 4 KiB", "tableCreateDestroy/4096",
      "mallocFree/4096", "malloc + free"),
+]
+PAIRS += [
+    ("Filesystem::copy, 256 MiB file", "copyOurs", "copyLoop",
+     "32 KiB read/write loop"),
+    ("Filesystem::glob, 20,000 files, recursive", "globOurs", "globNftw",
+     "nftw + fnmatch"),
+    ("Filesystem::glob, 20,000 files, recursive", "globOurs",
+     "globStdRecursive", "recursive_directory_iterator + fnmatch"),
+    ("libwdmatch_match_i, typical", "matchOurs/0", "matchFnmatch/0",
+     "fnmatch, FNM_CASEFOLD"),
+    ("libwdmatch_match_i, medium", "matchOurs/1", "matchFnmatch/1",
+     "fnmatch, FNM_CASEFOLD"),
+    ("libwdmatch_match_i, adversarial, 32 B", "matchOurs/32",
+     "matchFnmatch/32", "fnmatch, FNM_CASEFOLD"),
+    ("libwdmatch_match_i, adversarial, 32 KiB", "matchOurs/32768",
+     "matchFnmatch/32768", "fnmatch, FNM_CASEFOLD"),
 ]
 # Rows whose peer is ours at a smaller size: scale the peer by this factor.
 SCALE = {("directoryHostile/1048576", "directoryHostile/1024"): 1024.0}
