@@ -4,6 +4,8 @@
 #include <cstring>
 #include <exception>
 
+#include "concurrency/test_hooks.h"
+
 // Ordering of the unlocked fields. Every hand-over between threads here is a
 // message: one side writes a field, the other acts on what it reads, and no
 // thread writes one field and then must see another thread's write to a
@@ -14,6 +16,10 @@
 // plain store that always wins when it comes last.
 
 namespace ZuPlatform {
+
+namespace detail {
+std::atomic<PauseGateHook> pauseGateHook{nullptr};
+}  // namespace detail
 
 namespace {
 
@@ -112,6 +118,8 @@ void StepperThread::pause(bool paused) {
   }
   if (holdsPause() || getThreadState() != STATE_RUNNING) return;
   gateMutex.lock();
+  auto hook = detail::pauseGateHook.load(std::memory_order_relaxed);
+  if (hook != nullptr) hook();
   stepMutex.lock();
   // The worker may have ended while we waited; then there is nothing to
   // pause, and keeping stepMutex would only block the next worker.

@@ -19,6 +19,11 @@ extern std::atomic<ThreadCreateFilter> threadCreateFilter;
 using QueueGrowthHook = void (*)();
 extern std::atomic<QueueGrowthHook> queueGrowthHook;
 
+// Called by StepperThread::pause(true) once it holds the gate and before it
+// waits for the step mutex.
+using PauseGateHook = void (*)();
+extern std::atomic<PauseGateHook> pauseGateHook;
+
 }  // namespace detail
 }  // namespace ZuPlatform
 

@@ -3,6 +3,7 @@
 #include <ZuPlatform/concurrency.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <atomic>
 #include <memory>
 #include <new>
@@ -192,4 +193,44 @@ TEST(QueueGrowthFailure, AddThrowsWithNothingQueuedOrClaimed) {
       EXPECT_EQ(unit->processes + unit->aborts, 0) << row.name;
     }
   }
+}
+
+namespace {
+
+std::atomic<bool> gateHeld{false};
+void noteGateHeld() { gateHeld = true; }
+
+}  // namespace
+
+// Against steps that return at once, a step that begins after the pausing
+// thread holds the gate can only be the one the worker had already headed
+// into: the worker must pass the gate before each further step. Without the
+// gate it retakes the unfair step mutex ahead of the pause, again and again.
+TEST(StepperPauseBound, AtMostOneStepBeginsOnceThePauseHoldsTheGate) {
+  class InstantStepper : public ZuPlatform::StepperThread {
+   public:
+    bool step() override {
+      steps.fetch_add(1);
+      if (gateHeld) stepsAfterGate.fetch_add(1);
+      return true;
+    }
+    std::atomic<int> steps{0};
+    std::atomic<int> stepsAfterGate{0};
+  };
+  InstantStepper stepper;
+  ZuPlatform::detail::pauseGateHook = noteGateHeld;
+  ASSERT_TRUE(stepper.start());
+  int most = 0;
+  for (int round = 0; round < 2000; ++round) {
+    stepper.pause(true);
+    const int frozen = stepper.steps.load();
+    most = std::max(most, stepper.stepsAfterGate.exchange(0));
+    gateHeld = false;
+    std::this_thread::yield();
+    ASSERT_EQ(stepper.steps.load(), frozen) << "a step ran during a pause";
+    stepper.pause(false);
+  }
+  stepper.stop();
+  ZuPlatform::detail::pauseGateHook = nullptr;
+  EXPECT_LE(most, 1);
 }
