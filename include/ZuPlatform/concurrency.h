@@ -143,6 +143,10 @@ class ZUPLATFORM_API Semaphore {
   void release();
 
  private:
+  friend class ThreadPool;  // spins on tryAcquire before it sleeps
+  // Takes one if the count is above 0, without waiting.
+  bool tryAcquire();
+
   struct Block;  // the sem_t and whether sem_init took it
   Block* semaphore;
 };
@@ -356,6 +360,8 @@ class ZUPLATFORM_API ThreadPool {
   void threadMain();
 
  private:
+  void takeToken();
+
   Semaphore workSemaphore;  // a token per queued unit, one per thread at end
   Semaphore doneSemaphore;  // a token per thread that has left threadMain
   Mutex queueMutex;         // guards queue and shuttingDown; recursive

@@ -47,6 +47,10 @@ void Semaphore::acquire() {
   }
 }
 
+bool Semaphore::tryAcquire() {
+  return semaphore->initialised && sem_trywait(&semaphore->semaphore) == 0;
+}
+
 void Semaphore::release() {
   if (!semaphore->initialised || sem_post(&semaphore->semaphore) != 0)
     writeError("Semaphore::release(): sem_post failed\n");

@@ -12,6 +12,8 @@ std::atomic<QueueGrowthHook> queueGrowthHook{nullptr};
 
 namespace {
 
+constexpr int TOKEN_SPINS = 200;
+
 // The queue's growth is the one thing under queueMutex that can throw.
 void pushBack(std::deque<ThreadPool::WorkUnit*>& queue,
               ThreadPool::WorkUnit* unit) {
@@ -103,13 +105,24 @@ void ThreadPool::add(const std::vector<WorkUnit*>& units) {
   for (std::size_t i = 0; i < units.size(); ++i) workSemaphore.release();
 }
 
+// Tries for a token for a few microseconds before sleeping on it. A busy
+// pool thread that slept after every unit would turn each add into a
+// wake-up system call and two context switches.
+void ThreadPool::takeToken() {
+  for (int spin = 0; spin < TOKEN_SPINS; ++spin) {
+    if (workSemaphore.tryAcquire()) return;
+    __builtin_ia32_pause();
+  }
+  workSemaphore.acquire();
+}
+
 unsigned int ThreadPool::getThreadCount() const { return threadCount; }
 
 // Each token taken before shutdown matches one queued unit, so the queue is
 // never empty here; a token taken after shutdown means leave.
 void ThreadPool::threadMain() {
   for (;;) {
-    workSemaphore.acquire();
+    takeToken();
     queueMutex.lock();
     if (shuttingDown) {
       queueMutex.unlock();

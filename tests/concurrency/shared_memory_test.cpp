@@ -102,15 +102,6 @@ TEST_F(SharedMemory, EmptyKeySizesButLeavesTheBlockClosed) {
   EXPECT_EQ(warnings.size(), 1u);
 }
 
-TEST_F(SharedMemory, SameKeySharesNothing) {
-  SharedMemoryBase one, two;
-  ASSERT_TRUE(one.open("same", 4));
-  ASSERT_TRUE(two.open("same", 4));
-  one.data()[0] = 1;
-  EXPECT_EQ(two.data()[0], 0);
-  EXPECT_NE(one.data(), two.data());
-}
-
 TEST_F(SharedMemory, LockIsRecursiveAndHeldAcrossThreads) {
   SharedMemoryBase block;
   ASSERT_EQ(block.lock(), 0);

@@ -113,18 +113,6 @@ TEST(ThreadPoolUnits, ReAddingARunningUnitWaitsForItsRunToEnd) {
   EXPECT_EQ(unit.aborts.load(), 0);
 }
 
-TEST(ThreadPoolUnits, NullEmptyAndNeverAddedChangeNothing) {
-  EventLog log;
-  LoggedUnit idle(log, 1);
-  idle.wait();  // never added: returns at once
-  {
-    ThreadPool pool(1);
-    pool.add(static_cast<ThreadPool::WorkUnit*>(nullptr));
-    pool.add(std::vector<ThreadPool::WorkUnit*>{});
-  }
-  EXPECT_TRUE(log.read().empty());
-}
-
 TEST(ThreadPoolShutdown, ZeroThreadsKeepUnitsQueuedUntilDestruction) {
   EventLog log;
   LoggedUnit one(log, 1), two(log, 2);
