@@ -12,16 +12,23 @@ int processorQueries = 0;
 
 extern "C" long __sysconf(int name);
 
+// ThreadSanitizer's runtime asks sysconf before it can run instrumented
+// code, so the stand-in exists only in the other builds.
+#ifndef __SANITIZE_THREAD__
 extern "C" long sysconf(int name) {
   if (name == _SC_NPROCESSORS_ONLN) ++processorQueries;
   return __sysconf(name);
 }
+#endif
 
 namespace {
 
 // Run alone, as ctest runs each test, both memories start empty: each
 // operation asks the system once, and neither answers from the other's memory.
 TEST(CoreCount, EachOperationAsksTheSystemOnce) {
+#ifdef __SANITIZE_THREAD__
+  GTEST_SKIP() << "sysconf cannot be watched under ThreadSanitizer";
+#endif
   if (processorQueries != 0) GTEST_SKIP() << "counts already remembered";
   const int online = static_cast<int>(__sysconf(_SC_NPROCESSORS_ONLN));
   EXPECT_GT(online, 0);
