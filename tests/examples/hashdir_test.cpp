@@ -287,6 +287,22 @@ TEST_F(Hashdir, ProgressOnlyOnATerminalAndClearedAtTheEnd) {
   }
 }
 
+// MurmurHash3 takes an int length; a sparse file costs nothing to make.
+TEST_F(Hashdir, RefusesFilesOf2GiBOrMoreAndReportsTheRest) {
+  writeFile(tree + "huge", "");
+  ASSERT_EQ(truncate((tree + "huge").c_str(), 1LL << 31), 0);
+  const Outcome result = run({tree});
+  EXPECT_EQ(result.status, 1);
+  EXPECT_EQ(std::count(result.err.begin(), result.err.end(), '\n'), 1);
+  EXPECT_NE(result.err.find("huge"), std::string::npos) << result.err;
+  EXPECT_NE(result.err.find("2 GiB"), std::string::npos) << result.err;
+  const auto rows =
+      expectedRows([](const std::string& name) { return name != "huge"; });
+  const Report report = parseReport(result.out);
+  EXPECT_EQ(report.rows, rows);
+  expectSummary(report, rows);
+}
+
 TEST_F(Hashdir, PatternKeepsOnlyMatchingNames) {
   const Outcome result = run({"--pattern=*.txt", tree});
   ASSERT_EQ(result.status, 0) << result.err;
