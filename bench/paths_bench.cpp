@@ -75,6 +75,14 @@ void modelHostile(benchmark::State& state) {
   state.SetBytesProcessed(state.iterations() * text.size());
 }
 
+void lexicallyNormalHostile(benchmark::State& state) {
+  std::filesystem::path path(hostilePath(state.range(0)));
+  for (auto _ : state) {
+    benchmark::DoNotOptimize(path.lexically_normal());
+  }
+  state.SetBytesProcessed(state.iterations() * path.native().size());
+}
+
 }  // namespace
 
 BENCHMARK(directoryTypical);
@@ -85,5 +93,6 @@ BENCHMARK(directoryHostile)->Arg(1 << 10)->Arg(1 << 14)->Arg(1 << 20);
 BENCHMARK(fileHostile)->Arg(1 << 10)->Arg(1 << 14)->Arg(1 << 20);
 // Quadratic: 1 MiB would take minutes, so the model stops at 64 KiB.
 BENCHMARK(modelHostile)->Arg(1 << 10)->Arg(1 << 14)->Arg(1 << 16);
+BENCHMARK(lexicallyNormalHostile)->Arg(1 << 10)->Arg(1 << 20);
 
 BENCHMARK_MAIN();

@@ -5,21 +5,24 @@
 #include <sys/stat.h>
 
 #include <algorithm>
+#include <filesystem>
 #include <fstream>
-
-#include "paths/scratch.h"
 
 using ZuPlatform::Directory;
 using ZuPlatform::File;
 
 namespace {
 
+using Texts = std::vector<std::string>;
+
 class Contents : public ::testing::Test {
  protected:
   void SetUp() override {
-    ASSERT_FALSE(s.empty());
+    char name[] = "/tmp/zu-paths-XXXXXX";
+    ASSERT_NE(mkdtemp(name), nullptr);
+    s = std::string(name) + "/";
     for (const char* name : {"sub", "...", "a/b/c", "a/bc", "a/bd"}) {
-      scratch.makeDirectory(name);
+      std::filesystem::create_directories(s + name);
     }
     for (const char* name : {"plain", ".hidden", "sub/inner", "odd\\name"}) {
       std::ofstream(s + name) << "x";
@@ -31,52 +34,50 @@ class Contents : public ::testing::Test {
   }
 
   template <class Path>
-  static std::vector<std::string> sorted(const std::vector<Path>& paths) {
-    std::vector<std::string> texts;
+  static Texts sorted(const std::vector<Path>& paths) {
+    Texts texts;
     for (const Path& path : paths) texts.push_back(path.toUniversalPath());
     std::sort(texts.begin(), texts.end());
     return texts;
   }
 
-  Scratch scratch;
-  const std::string& s = scratch.path();
+  // Puts the working directory back too.
+  void TearDown() override {
+    std::filesystem::current_path(previous);
+    std::filesystem::remove_all(s);
+  }
+
+  std::filesystem::path previous = std::filesystem::current_path();
+  std::string s;  // the scratch directory, ending in "/"
 };
 
-using Texts = std::vector<std::string>;
-
 // Types come from stat through links; FIFOs, dangling links and a name that
-// does not survive the backslash conversion are in neither list.
+// does not survive the backslash conversion are in neither list. The lists
+// are appended to, never cleared. Existence is access(): any type counts.
 TEST_F(Contents, ListsByTypeFollowingLinks) {
   Directory root(s);
   EXPECT_EQ(sorted(root.directories()),
             (Texts{s + ".../", s + "a/", s + "dirlink/", s + "sub/"}));
-  EXPECT_EQ(sorted(root.files()),
-            (Texts{s + ".hidden", s + "filelink", s + "plain"}));
+  std::vector<File> files{File("/kept")};
+  root.files(files);
+  EXPECT_EQ(sorted(files),
+            (Texts{"/kept", s + ".hidden", s + "filelink", s + "plain"}));
   for (const Directory& none : {Directory(s + "plain"), Directory()}) {
     EXPECT_TRUE(none.directories().empty() && none.files().empty());
+    EXPECT_FALSE(none.exists());  // "plain/" is no directory
   }
-}
-
-TEST_F(Contents, ListingsAppendAndNeverClear) {
-  std::vector<File> files{File("/kept")};
-  Directory(s + "sub").files(files);
-  Directory(s + "sub").files(files);
-  EXPECT_EQ(sorted(files), (Texts{"/kept", s + "sub/inner", s + "sub/inner"}));
-  std::vector<Directory> directories{Directory("/kept")};
-  Directory(s + "sub").directories(directories);
-  EXPECT_EQ(sorted(directories), Texts{"/kept/"});
-}
-
-TEST_F(Contents, ExistenceTestsIgnoreType) {
-  EXPECT_TRUE(Directory(s + "dirlink").exists());
-  EXPECT_FALSE(Directory(s + "plain").exists());  // "plain/" is no directory
-  EXPECT_FALSE(Directory().exists());
-  Directory root(s);
   EXPECT_TRUE(root.hasFile("sub") && root.hasDirectory("plain"));
   EXPECT_FALSE(root.hasFile("dangling"));
-  EXPECT_TRUE(File(s + "sub").exists());
-  EXPECT_EQ(root.directory("sub/..").toUniversalPath(), s);
-  EXPECT_EQ(root.file("/c\\d").toUniversalPath(), s + "/c/d");
+}
+
+// A relative path is resolved against the working directory once, when it
+// is built.
+TEST_F(Contents, RelativePathsAreResolvedOnce) {
+  ASSERT_EQ(chdir(s.c_str()), 0);
+  Directory relative("a");
+  ASSERT_EQ(chdir("/"), 0);
+  EXPECT_EQ(relative.toUniversalPath(), s + "a/");
+  EXPECT_EQ(Directory(Directory::WELL_KNOWN_CURRENT).toUniversalPath(), "/");
 }
 
 // Candidates lie under the scratch root unless they begin with "/"; "-" is a
@@ -85,19 +86,17 @@ TEST_F(Contents, CommonRootClimbsWhileParentExists) {
   struct {
     Texts candidates;
     const char* want;
-  } rows[] = {
-      {{}, nullptr},
-      {{"no/such/"}, "no/such/"},
-      {{"a/b/", "a/b/c/"}, "a/b/"},
-      {{"a/b/c/", "a/b/"}, "a/b/"},
-      {{"a/b/", "a/bc/"}, "a/"},
-      {{"a/b/", "sub/", "a/bd/"}, ""},
-      {{"a/b/", "/elsewhere/"}, "/"},
-      {{"no/such/a/", "no/such/b/"}, nullptr},
-      {{"a/gone/", "a/b/"}, "a/"},
-      {{"-", "a/"}, "-"},
-      {{"a/", "-"}, nullptr},
-  };
+  } rows[] = {{{}, nullptr},
+              {{"no/such/"}, "no/such/"},
+              {{"a/b/", "a/b/c/"}, "a/b/"},
+              {{"a/b/c/", "a/b/"}, "a/b/"},
+              {{"a/b/", "a/bc/"}, "a/"},
+              {{"a/b/", "sub/", "a/bd/"}, ""},
+              {{"a/b/", "/elsewhere/"}, "/"},
+              {{"no/such/a/", "no/such/b/"}, nullptr},
+              {{"a/gone/", "a/b/"}, "a/"},
+              {{"-", "a/"}, "-"},
+              {{"a/", "-"}, nullptr}};
   auto make = [&](const std::string& text) {
     if (text == "-") return Directory();
     return Directory(text[0] == '/' ? text : s + text);

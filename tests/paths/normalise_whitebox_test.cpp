@@ -22,10 +22,8 @@ TEST(Normalise, KnownAnswers) {
       // relative: behind the current directory, or left alone without one
       {"/w/x/", "", "", "/w/x/"},
       {"/w/x/", "..", "/w/x/..", "/w/"},
-      {"/w/x/", "../", "/w/", "/w/"},
       {"/w/x/", "../../../a", "/../a", "/../a/"},
       {"/w/x/", "D:\\x\\y", "/w/x/D:/x/y", "/w/x/D:/x/y/"},
-      {"/", "..", "/..", "/../"},
       {"", "", "", "./"},
       {"", "a/b/../c/./d", "a/c/d", "a/c/d/"},
       {"", "a/../b", "a/../b", "a/../b/"},
@@ -36,7 +34,6 @@ TEST(Normalise, KnownAnswers) {
       // a last "." or ".." collapses only in a directory
       {"/", "/a/b/.", "/a/b/.", "/a/b/"},
       {"/", "/a/b/..", "/a/b/..", "/a/"},
-      {"/", "/./", "/", "/"},
       // dot-dot at the root stops the collapse, for the rest of the text too
       {"/", "/../a/../b", "/../a/../b", "/../a/../b/"},
       {"/", "/a/../..", "/..", "/../"},

@@ -1,0 +1,144 @@
+#include <ZuPlatform/concurrency.h>
+
+#include <cstdio>
+
+#include "concurrency/test_hooks.h"
+
+namespace ZuPlatform {
+
+namespace detail {
+std::atomic<QueueGrowthHook> queueGrowthHook{nullptr};
+}  // namespace detail
+
+namespace {
+
+constexpr int TOKEN_SPINS = 200;
+
+// The queue's growth is the one thing under queueMutex that can throw.
+void pushBack(std::deque<ThreadPool::WorkUnit*>& queue,
+              ThreadPool::WorkUnit* unit) {
+  auto hook = detail::queueGrowthHook.load(std::memory_order_relaxed);
+  if (hook != nullptr) hook();
+  queue.push_back(unit);
+}
+
+}  // namespace
+
+// A thread that could not be created is simply not counted: the destructor
+// hands out and collects one token per thread that really runs.
+ThreadPool::ThreadPool(unsigned int count)
+    : workSemaphore(0),
+      doneSemaphore(0),
+      shuttingDown(false),
+      threadCount(count),
+      startedThreadCount(0) {
+  for (unsigned int i = 0; i < count; ++i) {
+    if (Zu::ZuThreadCreate(ThreadPoolFunctionImpl, this) != 0)
+      ++startedThreadCount;
+  }
+  if (startedThreadCount < threadCount)
+    fprintf(stderr, "ThreadPool: started %u of %u threads\n",
+            startedThreadCount, threadCount);
+}
+
+ThreadPool::~ThreadPool() {
+  queueMutex.lock();
+  // Popped before abort, so that an abort which adds (the mutex is
+  // recursive) puts its unit behind the others and this loop drains it too.
+  while (!queue.empty()) {
+    WorkUnit* unit = queue.front();
+    queue.pop_front();
+    unit->doAbortAndRelease();
+  }
+  shuttingDown = true;
+  queueMutex.unlock();
+  for (unsigned int i = 0; i < startedThreadCount; ++i) workSemaphore.release();
+  for (unsigned int i = 0; i < startedThreadCount; ++i) doneSemaphore.acquire();
+}
+
+// The claim comes before queueMutex, so an add waiting for a busy unit holds
+// no lock of the pool; the token goes out after the unlock, so a woken thread
+// never finds the lock taken by the adder.
+void ThreadPool::add(WorkUnit* unit) {
+  if (unit == nullptr) return;
+  unit->acquire();
+  queueMutex.lock();
+  if (shuttingDown) {
+    queueMutex.unlock();
+    unit->doAbortAndRelease();
+    return;
+  }
+  try {
+    pushBack(queue, unit);
+  } catch (...) {
+    queueMutex.unlock();
+    unit->idleSemaphore.release();
+    throw;
+  }
+  queueMutex.unlock();
+  workSemaphore.release();
+}
+
+// All or nothing: a push that throws takes the pushed part of the batch back
+// out before anyone can see it.
+void ThreadPool::add(const std::vector<WorkUnit*>& units) {
+  for (WorkUnit* unit : units) unit->acquire();
+  queueMutex.lock();
+  if (shuttingDown) {
+    queueMutex.unlock();
+    for (WorkUnit* unit : units) unit->doAbortAndRelease();
+    return;
+  }
+  std::size_t pushed = 0;
+  try {
+    for (WorkUnit* unit : units) {
+      pushBack(queue, unit);
+      ++pushed;
+    }
+  } catch (...) {
+    for (; pushed > 0; --pushed) queue.pop_back();
+    queueMutex.unlock();
+    for (WorkUnit* unit : units) unit->idleSemaphore.release();
+    throw;
+  }
+  queueMutex.unlock();
+  for (std::size_t i = 0; i < units.size(); ++i) workSemaphore.release();
+}
+
+// Tries for a token for a few microseconds before sleeping on it. A busy
+// pool thread that slept after every unit would turn each add into a
+// wake-up system call and two context switches.
+void ThreadPool::takeToken() {
+  for (int spin = 0; spin < TOKEN_SPINS; ++spin) {
+    if (workSemaphore.tryAcquire()) return;
+    __builtin_ia32_pause();
+  }
+  workSemaphore.acquire();
+}
+
+unsigned int ThreadPool::getThreadCount() const { return threadCount; }
+
+// Each token taken before shutdown matches one queued unit, so the queue is
+// never empty here; a token taken after shutdown means leave.
+void ThreadPool::threadMain() {
+  for (;;) {
+    takeToken();
+    queueMutex.lock();
+    if (shuttingDown) {
+      queueMutex.unlock();
+      break;
+    }
+    WorkUnit* unit = queue.front();
+    queue.pop_front();
+    queueMutex.unlock();
+    unit->doProcessAndRelease();
+  }
+  doneSemaphore.release();
+}
+
+}  // namespace ZuPlatform
+
+void* ThreadPoolFunctionImpl(void* pool) {
+  static_cast<ZuPlatform::ThreadPool*>(pool)->threadMain();
+  return nullptr;
+}
