@@ -93,6 +93,9 @@ ZUPLATFORM_API int ZuConditionVariableSignal(ZuConditionVariable* condition);
 
 }  // namespace Zu
 
+// The thread identity is also reachable without the namespace.
+using Zu::ZuThreadID;
+
 namespace ZuPlatform {
 
 // A recursive mutex held inside the object.
