@@ -1,6 +1,7 @@
-// A fresh directory per test, removed with all it holds afterwards by an nftw
-// walk that never follows links (so clean-up doesn't rest on the code under
-// test), and helpers to lay out and read back real files.
+// A fresh directory per test, which is also TMPDIR for the test's length, so
+// whatever the library makes lands inside it. It is removed afterwards by an
+// nftw walk that never follows links (clean-up doesn't rest on the code under
+// test). Helpers lay out and read back real files.
 #ifndef ZU_TESTS_FILESYSTEM_SCRATCH_H
 #define ZU_TESTS_FILESYSTEM_SCRATCH_H
 
@@ -11,8 +12,15 @@
 
 #include <cstdlib>
 #include <fstream>
+#include <random>
 #include <sstream>
 #include <string>
+
+#include "ZuPlatform/filesystem.h"
+
+namespace Fs = ZuPlatform::Filesystem;
+using ZuPlatform::Directory;
+using ZuPlatform::File;
 
 class Scratch : public ::testing::Test {
  protected:
@@ -20,8 +28,12 @@ class Scratch : public ::testing::Test {
     std::string pattern = "/tmp/zu_filesystem_test_XXXXXX";
     ASSERT_NE(mkdtemp(&pattern[0]), nullptr);
     root = pattern + "/";
+    if (const char* old = getenv("TMPDIR")) savedTmpdir = old;
+    setenv("TMPDIR", root.c_str(), 1);
   }
   void TearDown() override {
+    savedTmpdir.empty() ? unsetenv("TMPDIR")
+                        : setenv("TMPDIR", savedTmpdir.c_str(), 1);
     nftw(root.c_str(), removeEntry, 16, FTW_DEPTH | FTW_PHYS);
   }
   std::string at(const std::string& relative) const { return root + relative; }
@@ -41,7 +53,15 @@ class Scratch : public ::testing::Test {
     struct stat status;
     return lstat(at(relative).c_str(), &status) == 0 ? status.st_mode : 0;
   }
+  // The same bytes for the same size, every byte value likely.
+  static std::string randomBytes(size_t size) {
+    std::mt19937 random(static_cast<unsigned>(size));
+    std::string bytes(size, '\0');
+    for (char& byte : bytes) byte = static_cast<char>(random());
+    return bytes;
+  }
   std::string root;  // ends in "/"
+  std::string savedTmpdir;
 
  private:
   static int removeEntry(const char* path, const struct stat*, int type, FTW*) {
