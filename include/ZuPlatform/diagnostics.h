@@ -18,6 +18,16 @@
 #define ZUPLATFORM_API __attribute__((visibility("default")))
 #endif
 
+// The library checks its own log calls against their formats. A client opts
+// in with ZUPLATFORM_CHECK_LOG_FORMATS: the check also rejects an empty
+// format, which is a valid message, in a build with -Wall -Werror.
+#if defined(ZUPLATFORM_BUILDING) || defined(ZUPLATFORM_CHECK_LOG_FORMATS)
+#define ZUPLATFORM_LOG_FORMAT(formatIndex, firstArgument) \
+  __attribute__((format(printf, formatIndex, firstArgument)))
+#else
+#define ZUPLATFORM_LOG_FORMAT(formatIndex, firstArgument)
+#endif
+
 namespace Zu {
 
 // Severity of a message; a lower number is more severe. Held in 32 bits.
@@ -49,17 +59,17 @@ ZUPLATFORM_API LogHandler LogSetHandler(LogHandler handler);
 // handler LogError throws std::runtime_error and LogFatal calls exit(1) when
 // the threshold lets them through; otherwise both return.
 ZUPLATFORM_API void LogFatal(const char* format, ...)
-    __attribute__((format(printf, 1, 2)));
+    ZUPLATFORM_LOG_FORMAT(1, 2);
 ZUPLATFORM_API void LogError(const char* format, ...)
-    __attribute__((format(printf, 1, 2)));
+    ZUPLATFORM_LOG_FORMAT(1, 2);
 ZUPLATFORM_API void LogWarn(const char* format, ...)
-    __attribute__((format(printf, 1, 2)));
+    ZUPLATFORM_LOG_FORMAT(1, 2);
 ZUPLATFORM_API void LogInfo(const char* format, ...)
-    __attribute__((format(printf, 1, 2)));
+    ZUPLATFORM_LOG_FORMAT(1, 2);
 ZUPLATFORM_API void LogDebug(const char* format, ...)
-    __attribute__((format(printf, 1, 2)));
+    ZUPLATFORM_LOG_FORMAT(1, 2);
 ZUPLATFORM_API void LogTrace(const char* format, ...)
-    __attribute__((format(printf, 1, 2)));
+    ZUPLATFORM_LOG_FORMAT(1, 2);
 
 // --- Legacy names -----------------------------------------------------------
 
@@ -70,17 +80,17 @@ typedef void (*LegacyMessageHandler)(int level, const char* format,
 // Hands the message to the current handler at LOG_LEVEL_INFO; the int is
 // ignored.
 ZUPLATFORM_API void ZuInfo(int ignored, const char* format, ...)
-    __attribute__((format(printf, 2, 3)));
+    ZUPLATFORM_LOG_FORMAT(2, 3);
 
 // Hands the message to the current handler at LOG_LEVEL_WARN; the int is
 // ignored.
 ZUPLATFORM_API void ZuWarning(int ignored, const char* format, ...)
-    __attribute__((format(printf, 2, 3)));
+    ZUPLATFORM_LOG_FORMAT(2, 3);
 
 // Hands the message to the current handler at LOG_LEVEL_ERROR (an error, not a
 // fatal message: under the default handler it throws and does not exit).
 ZUPLATFORM_API void ZuFatalError(int ignored, const char* format, ...)
-    __attribute__((format(printf, 2, 3)));
+    ZUPLATFORM_LOG_FORMAT(2, 3);
 
 // Deprecated: each logs a warning naming its replacement, changes nothing and
 // returns 0.
@@ -108,5 +118,7 @@ ZUPLATFORM_API void ZuAssertImplementation(const char* file, unsigned int line,
                                            ...);
 
 }  // namespace Zu
+
+#undef ZUPLATFORM_LOG_FORMAT
 
 #endif  // ZUPLATFORM_DIAGNOSTICS_H

@@ -129,6 +129,13 @@ TEST_F(Log, LongTextIsCutAt4999Characters) {
     EXPECT_EQ(failed.written, "ERROR: " + kept) << length;
     EXPECT_EQ(failed.thrown, kept) << length;
   }
+  // The other end: an empty format is a message of its own, written literally
+  // as a client would.
+  EXPECT_EQ(runLogged([] { Zu::LogInfo(""); }).written, "INFO: ");
+  const LogOutcome empty = runLogged([] { Zu::LogError(""); });
+  EXPECT_EQ(empty.written, "ERROR: ");
+  EXPECT_TRUE(empty.threw);
+  EXPECT_EQ(empty.thrown, "");
 }
 
 // The threshold, the printing and the throwing are all the default handler's.
