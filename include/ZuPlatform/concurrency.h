@@ -166,9 +166,12 @@ class ZUPLATFORM_API IStepperThread {
 
   // STATE_STOPPED.
   IStepperThread();
-  virtual ~IStepperThread();
   IStepperThread(const IStepperThread&) = delete;
   IStepperThread& operator=(const IStepperThread&) = delete;
+
+  // The virtual operations are declared in their vtable order, which binary
+  // clients depend on: start, pause, stop, isCurrentThread, then the
+  // destructor.
 
   // True if a worker was started or already exists.
   virtual bool start() = 0;
@@ -178,6 +181,8 @@ class ZUPLATFORM_API IStepperThread {
   virtual void stop() = 0;
   // True on the worker thread only.
   virtual bool isCurrentThread() const = 0;
+  // Does nothing of its own.
+  virtual ~IStepperThread();
 
   // The state; safe from any thread.
   eState getThreadState() const;

@@ -1,3 +1,5 @@
+#include <cstring>
+
 #include "concurrency/test_support.h"
 
 using ZuPlatform::IStepperThread;
@@ -202,4 +204,38 @@ TEST(StepperLifetime, DestroyFromThePauserStopsTheWorkerFirst) {
   ASSERT_TRUE(stepper->start());
   stepper->pause(true);
   stepper->destroy();  // a worker left stepping would touch freed memory
+}
+
+namespace {
+
+// The vtable slot that a pointer to a virtual member names. The Itanium C++
+// ABI stores such a pointer as one plus the byte offset of the slot.
+template <typename Member>
+long vtableSlot(Member member) {
+  static_assert(sizeof member == 2 * sizeof(long), "Itanium member pointer");
+  long words[2];
+  std::memcpy(words, &member, sizeof words);
+  return (words[0] - 1) / static_cast<long>(sizeof(void*));
+}
+
+}  // namespace
+
+// Clients built against an earlier copy of the library call through these
+// slots: the interface's four operations come before its destructor (two
+// slots), and the stepper adds join and step behind them.
+TEST(StepperLayout, VirtualOperationsKeepTheirSlots) {
+  using ZuPlatform::StepperThread;
+  const struct {
+    const char* name;
+    long slot;
+    long expected;
+  } rows[] = {
+      {"start", vtableSlot(&IStepperThread::start), 0},
+      {"pause", vtableSlot(&IStepperThread::pause), 1},
+      {"stop", vtableSlot(&IStepperThread::stop), 2},
+      {"isCurrentThread", vtableSlot(&IStepperThread::isCurrentThread), 3},
+      {"join", vtableSlot(&StepperThread::join), 6},
+      {"step", vtableSlot(&StepperThread::step), 7},
+  };
+  for (const auto& row : rows) EXPECT_EQ(row.slot, row.expected) << row.name;
 }
