@@ -11,6 +11,7 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <set>
 #include <string>
 #include <thread>
 #include <vector>
@@ -210,14 +211,21 @@ BENCHMARK(BM_Stepper_PauseRoundTrip)->UseRealTime();
 BENCHMARK(BM_UngatedPause_RoundTrip)->UseRealTime();
 
 // Keeps each benchmark's real time per iteration so the ratios can be
-// printed once the table is done.
+// printed once the table is done. With repetitions the median stands for the
+// benchmark; with --benchmark_report_aggregates_only it is all there is.
 class RatioReporter : public benchmark::ConsoleReporter {
  public:
   void ReportRuns(const std::vector<Run>& runs) override {
     ConsoleReporter::ReportRuns(runs);
     for (const Run& run : runs) {
-      if (run.run_type != Run::RT_Iteration || run.iterations == 0) continue;
-      seconds[run.run_name.function_name] =
+      if (run.iterations == 0) continue;
+      const std::string& name = run.run_name.function_name;
+      bool median =
+          run.run_type == Run::RT_Aggregate && run.aggregate_name == "median";
+      if (run.run_type == Run::RT_Aggregate && !median) continue;
+      if (!median && medians.count(name) != 0) continue;
+      if (median) medians.insert(name);
+      seconds[name] =
           run.real_accumulated_time / static_cast<double>(run.iterations);
     }
   }
@@ -234,6 +242,7 @@ class RatioReporter : public benchmark::ConsoleReporter {
 
  private:
   std::map<std::string, double> seconds;
+  std::set<std::string> medians;
 };
 
 }  // namespace

@@ -1,4 +1,5 @@
 #include <ZuPlatform/concurrency.h>
+#include <sched.h>
 
 #include <cstdio>
 
@@ -12,7 +13,12 @@ std::atomic<QueueGrowthHook> queueGrowthHook{nullptr};
 
 namespace {
 
-constexpr int TOKEN_SPINS = 200;
+// How long an idle pool thread stays awake before it sleeps on
+// workSemaphore: about a microsecond of pause, then up to TOKEN_YIELDS turns
+// of the processor to whoever else wants it (each about a microsecond when
+// nobody does, a time slice when somebody does).
+constexpr int TOKEN_SPINS = 50;
+constexpr int TOKEN_YIELDS = 50;
 
 // The queue's growth is the one thing under queueMutex that can throw.
 void pushBack(std::deque<ThreadPool::WorkUnit*>& queue,
@@ -105,13 +111,22 @@ void ThreadPool::add(const std::vector<WorkUnit*>& units) {
   for (std::size_t i = 0; i < units.size(); ++i) workSemaphore.release();
 }
 
-// Tries for a token for a few microseconds before sleeping on it. A busy
-// pool thread that slept after every unit would turn each add into a
-// wake-up system call and two context switches.
+// A pool thread asleep in sem_wait costs the adder dearly: as long as any
+// thread is registered as a waiter, every sem_post makes a wake-up system
+// call, even when the thread it woke has not run yet. The threads are quicker
+// than an adder and keep running dry; if they slept each time, nearly every
+// add would pay for a wake-up. So a thread with nothing to do stays awake for
+// a while. It spins only briefly, since a thread spinning on the adder's core
+// keeps the adder from posting; then it yields, which hands that core back to
+// the adder, and it sleeps only when still no token has come.
 void ThreadPool::takeToken() {
   for (int spin = 0; spin < TOKEN_SPINS; ++spin) {
     if (workSemaphore.tryAcquire()) return;
     __builtin_ia32_pause();
+  }
+  for (int turn = 0; turn < TOKEN_YIELDS; ++turn) {
+    if (workSemaphore.tryAcquire()) return;
+    sched_yield();
   }
   workSemaphore.acquire();
 }

@@ -1,3 +1,5 @@
+#include <time.h>
+
 #include "concurrency/test_support.h"
 
 using ZuPlatform::ThreadPool;
@@ -111,6 +113,25 @@ TEST(ThreadPoolShutdown, EveryAddEndsInExactlyOneProcessOrAbort) {
     EXPECT_EQ(ended, adds);
     for (auto& unit : units) EXPECT_EQ(unit.ends(), ROUNDS);
   }
+}
+
+// Threads that run out of work stay awake only briefly: once the last unit
+// is done, the pool uses next to no processor time until the next add.
+TEST(ThreadPoolUnits, ThreadsWithNothingToDoGoToSleep) {
+  auto cpuMilliseconds = [] {
+    timespec now{};
+    clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &now);
+    return now.tv_sec * 1000.0 + now.tv_nsec / 1e6;
+  };
+  CountingUnit unit;
+  ThreadPool pool(2);
+  pool.add(&unit);
+  unit.wait();
+  settle();
+  double before = cpuMilliseconds();
+  std::this_thread::sleep_for(std::chrono::milliseconds(300));
+  EXPECT_LT(cpuMilliseconds() - before, 30.0)
+      << "idle pool threads kept the processor busy (ms of CPU in 300 ms)";
 }
 
 // The pool thread survives to process what follows; with no thread, the drain
