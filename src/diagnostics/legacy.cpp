@@ -15,26 +15,17 @@ void nullMessageHandler(int, const char*, va_list) {}
 // The legacy message functions are the log entry points under older names:
 // the same single call of the current handler, at a fixed level, with no
 // filter of their own; the int has no effect.
-#define ZU_LEGACY_MESSAGE(name, level)                \
-  void name(int, const char* format, ...) {           \
-    va_list args;                                     \
-    va_start(args, format);                           \
-    try {                                             \
-      detail::currentLogHandler(level, format, args); \
-    } catch (...) {                                   \
-      va_end(args);                                   \
-      throw;                                          \
-    }                                                 \
-    va_end(args);                                     \
-  }
-
-ZU_LEGACY_MESSAGE(ZuInfo, LOG_LEVEL_INFO)
-ZU_LEGACY_MESSAGE(ZuWarning, LOG_LEVEL_WARN)
+void ZuInfo(int, const char* format, ...) {
+  ZU_FORWARD_TO_HANDLER(LOG_LEVEL_INFO, format);
+}
+void ZuWarning(int, const char* format, ...) {
+  ZU_FORWARD_TO_HANDLER(LOG_LEVEL_WARN, format);
+}
 // An error, not a fatal message: it throws under the default handler and
 // never ends the process.
-ZU_LEGACY_MESSAGE(ZuFatalError, LOG_LEVEL_ERROR)
-
-#undef ZU_LEGACY_MESSAGE
+void ZuFatalError(int, const char* format, ...) {
+  ZU_FORWARD_TO_HANDLER(LOG_LEVEL_ERROR, format);
+}
 
 // The level accessors read and store nothing: the log has one threshold,
 // reached through LogGetLevel and LogSetLevel. The warnings carry no newline.

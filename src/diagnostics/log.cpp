@@ -60,29 +60,25 @@ LogHandler LogSetHandler(LogHandler handler) {
   return previous;
 }
 
-// The six entry points are one operation at six levels: no filter here, so a
-// replaced handler sees everything, and a dropped message costs one indirect
-// call plus the handler's one comparison.
-#define ZU_LOG_ENTRY_POINT(name, level)               \
-  void name(const char* format, ...) {                \
-    va_list args;                                     \
-    va_start(args, format);                           \
-    try {                                             \
-      detail::currentLogHandler(level, format, args); \
-    } catch (...) {                                   \
-      va_end(args);                                   \
-      throw;                                          \
-    }                                                 \
-    va_end(args);                                     \
-  }
-
-ZU_LOG_ENTRY_POINT(LogFatal, LOG_LEVEL_FATAL)
-ZU_LOG_ENTRY_POINT(LogError, LOG_LEVEL_ERROR)
-ZU_LOG_ENTRY_POINT(LogWarn, LOG_LEVEL_WARN)
-ZU_LOG_ENTRY_POINT(LogInfo, LOG_LEVEL_INFO)
-ZU_LOG_ENTRY_POINT(LogDebug, LOG_LEVEL_DEBUG)
-ZU_LOG_ENTRY_POINT(LogTrace, LOG_LEVEL_TRACE)
-
-#undef ZU_LOG_ENTRY_POINT
+// The six entry points are one operation at six levels; a dropped message
+// costs one indirect call plus the handler's one comparison.
+void LogFatal(const char* format, ...) {
+  ZU_FORWARD_TO_HANDLER(LOG_LEVEL_FATAL, format);
+}
+void LogError(const char* format, ...) {
+  ZU_FORWARD_TO_HANDLER(LOG_LEVEL_ERROR, format);
+}
+void LogWarn(const char* format, ...) {
+  ZU_FORWARD_TO_HANDLER(LOG_LEVEL_WARN, format);
+}
+void LogInfo(const char* format, ...) {
+  ZU_FORWARD_TO_HANDLER(LOG_LEVEL_INFO, format);
+}
+void LogDebug(const char* format, ...) {
+  ZU_FORWARD_TO_HANDLER(LOG_LEVEL_DEBUG, format);
+}
+void LogTrace(const char* format, ...) {
+  ZU_FORWARD_TO_HANDLER(LOG_LEVEL_TRACE, format);
+}
 
 }  // namespace Zu
