@@ -1,58 +1,44 @@
 // Failures that the platform will not produce on demand, forced through the
 // library's private seams.
 #include <new>
+#include <tuple>
 
 #include "concurrency/sleep_rule.h"
 #include "concurrency/test_hooks.h"
 #include "concurrency/test_support.h"
 
-using ZuPlatform::ThreadPool;
 using namespace zutest;
 
-namespace {
-
-std::atomic<int> creationsAllowed{0};  // those after are refused
-std::atomic<int> pushesBeforeThrow{0};
-std::atomic<bool> gateHeld{false};
-
-void refuseAfter(int allowed) {
-  creationsAllowed = allowed;
-  ZuPlatform::detail::threadCreateFilter = [] {
-    return creationsAllowed.fetch_sub(1) > 0;
-  };
-}
-
-}  // namespace
+static std::atomic<int> creationsAllowed{0}, pushesBeforeThrow{0}, gateHeld{0};
 
 TEST(SleepRule, BoundaryLiesBetween1000And1001Milliseconds) {
-  struct Row {
-    unsigned long milliseconds;
-    bool wholeSeconds;  // sleep(argument), else usleep(argument)
-    std::uint64_t argument;
-  };
-  const Row rows[] = {{0, false, 0},   {1, false, 1000}, {1000, false, 1000000},
-                      {1001, true, 1}, {1999, true, 1},  {2000, true, 2}};
-  for (const Row& row : rows) {
-    const auto call = Zu::detail::sleepCallFor(row.milliseconds);
-    EXPECT_EQ(call.wholeSeconds, row.wholeSeconds) << row.milliseconds;
-    EXPECT_EQ(call.argument, row.argument) << row.milliseconds;
+  // Milliseconds, then sleep(argument) or else usleep(argument).
+  const std::tuple<unsigned long, bool, std::uint64_t> rows[] = {
+      {0, false, 0},   {1, false, 1000}, {1000, false, 1000000},
+      {1001, true, 1}, {1999, true, 1},  {2000, true, 2}};
+  for (const auto& [milliseconds, wholeSeconds, argument] : rows) {
+    const auto call = Zu::detail::sleepCallFor(milliseconds);
+    EXPECT_EQ(call.wholeSeconds, wholeSeconds) << milliseconds;
+    EXPECT_EQ(call.argument, argument) << milliseconds;
   }
 }
 
 // The pool runs on the threads that started, and its destructor never waits
 // for one that did not; a stepper whose worker cannot start stays stopped.
 TEST(ThreadCreationFailure, PoolAndStepperCarryOn) {
-  struct Row {
+  const struct {
     unsigned int asked;
     int allowed;
     const char* stderrText;
+  } rows[] = {{4, 2, "ThreadPool: started 2 of 4 threads\n"},
+              {3, 0, "ThreadPool: started 0 of 3 threads\n"},
+              {2, 2, ""}};
+  ZuPlatform::detail::threadCreateFilter = [] {
+    return creationsAllowed.fetch_sub(1) > 0;
   };
-  const Row rows[] = {{4, 2, "ThreadPool: started 2 of 4 threads\n"},
-                      {3, 0, "ThreadPool: started 0 of 3 threads\n"},
-                      {2, 2, ""}};
-  for (const Row& row : rows) {
+  for (const auto& row : rows) {
     SCOPED_TRACE(row.asked);
-    refuseAfter(row.allowed);
+    creationsAllowed = row.allowed;
     std::vector<CountingUnit> units(8);
     testing::internal::CaptureStderr();
     {
@@ -62,16 +48,14 @@ TEST(ThreadCreationFailure, PoolAndStepperCarryOn) {
       for (auto& unit : units) row.allowed > 0 ? unit.wait() : void();
     }
     EXPECT_EQ(testing::internal::GetCapturedStderr(), row.stderrText);
-    for (auto& unit : units) {
-      EXPECT_EQ(unit.processes, row.allowed > 0 ? 1 : 0);
-      EXPECT_EQ(unit.aborts, row.allowed > 0 ? 0 : 1);
-    }
+    for (auto& unit : units)
+      EXPECT_EQ(unit.processes - unit.aborts, row.allowed > 0 ? 1 : -1);
   }
   ScriptedStepper stepper;
-  refuseAfter(0);
-  EXPECT_FALSE(stepper.start());
-  EXPECT_EQ(stepper.getThreadState(), ScriptedStepper::STATE_STOPPED);
-  refuseAfter(1);
+  creationsAllowed = 0;
+  EXPECT_TRUE(!stepper.start() &&
+              stepper.getThreadState() == ScriptedStepper::STATE_STOPPED);
+  creationsAllowed = 1;
   EXPECT_TRUE(stepper.start() && stepper.stepsAdvance());
   stepper.stop();
   ZuPlatform::detail::threadCreateFilter = nullptr;
@@ -81,30 +65,24 @@ TEST(ThreadCreationFailure, PoolAndStepperCarryOn) {
 // queued, no unit stays claimed (the retry would wait for it), none is
 // processed or aborted, and the pool thread can still take the queue lock.
 TEST(QueueGrowthFailure, AddThrowsWithNothingQueuedOrClaimed) {
+  ZuPlatform::detail::queueGrowthHook = [] {
+    if (pushesBeforeThrow.fetch_sub(1) == 0) throw std::bad_alloc();
+  };
   for (int throwAtPush : {-1, 0, 2}) {  // -1: a single add
     SCOPED_TRACE(throwAtPush);
     EventLog log;
     CountingUnit a(&log, 1), b(&log, 2), c(&log, 3);
     {
       ThreadPool pool(1);
-      pushesBeforeThrow = std::max(throwAtPush, 0);
-      ZuPlatform::detail::queueGrowthHook = [] {
-        if (pushesBeforeThrow.fetch_sub(1) == 0) throw std::bad_alloc();
-      };
-      if (throwAtPush < 0) {
-        EXPECT_THROW(pool.add(&a), std::bad_alloc);
-      } else {
-        EXPECT_THROW(pool.add({&a, &b, &c}), std::bad_alloc);
-      }
-      ZuPlatform::detail::queueGrowthHook = nullptr;
-      Background retry([&] {
-        pool.add({&a, &b, &c});
-        c.wait();
-      });
+      pushesBeforeThrow = std::max(throwAtPush, 0);  // below 0 none throws
+      EXPECT_THROW(throwAtPush < 0 ? pool.add(&a) : pool.add({&a, &b, &c}),
+                   std::bad_alloc);
+      Background retry([&] { pool.add({&a, &b, &c}), c.wait(); });
       EXPECT_TRUE(retry.ends());
     }
     EXPECT_EQ(log.text, "p1 p2 p3 ");
   }
+  ZuPlatform::detail::queueGrowthHook = nullptr;
 }
 
 // Against steps that return at once, a step that begins after the pausing
