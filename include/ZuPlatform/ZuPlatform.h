@@ -9,5 +9,6 @@
 #include <ZuPlatform/memory.h>
 #include <ZuPlatform/paths.h>
 #include <ZuPlatform/time.h>
+#include <ZuPlatform/version.h>
 
 #endif  // ZUPLATFORM_ZUPLATFORM_H
