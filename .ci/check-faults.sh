@@ -31,7 +31,7 @@ command -v strace >/dev/null || { echo "check-faults: strace is missing" >&2; ex
 
 syscalls="openat read write close mkdir getdents64 newfstatat rename"
 jobs=${FAULT_JOBS:-$(nproc)}
-limit=20 # seconds; a clean run takes a fraction of one, even under strace
+limit=10 # seconds; a clean run takes a fraction of one, even under strace
 
 work=$(mktemp -d)
 if [ -n "${FAULT_KEEP:-}" ]; then
@@ -81,7 +81,7 @@ one_run() {
   before=$(tree_state "$dir/src")
   local log=/dev/null traced=$syscall
   if [ -n "${FAULT_KEEP:-}" ]; then log=$dir/trace traced=${syscalls// /,}; fi
-  run_tool "$dir" strace -f -o "$log" --seccomp-bpf -e trace="$traced" \
+  run_tool "$dir" strace -f -o "$log" -e trace="$traced" \
     -e inject="$syscall:error=EIO:when=$n" || status=$?
   case $status in
   0)
