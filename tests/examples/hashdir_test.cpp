@@ -2,9 +2,9 @@
 // checked against checksums, sizes and sorted paths computed here on our own.
 #include <ZuPlatform/data.h>
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <cstdio>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -51,8 +51,9 @@ std::string expectedReport(const Contents& files, const std::string& ext) {
 // lies inside it is refused up front. Nothing is ever left in TMPDIR, and the
 // tree never changes.
 TEST(Hashdir, ReportsCopiesAndRefusesBadCommandLines) {
-  const std::string root = "/tmp/zu-hashdir-test-" + std::to_string(getpid()),
-                    tree = root + "/tree/", temp = root + "/tmp/";
+  char name[] = "/tmp/zu-hashdir-test-XXXXXX";
+  const std::string root = mkdtemp(name), tree = root + "/tree/",
+                    temp = root + "/tmp/";
   // Listing order (subdirectories first) differs from byte order here:
   // "a-b.txt" sorts before "a/z.txt". The noise spans several read blocks.
   Contents files{{"empty.txt", ""}, {"random.bin", std::string(1 << 20, 0)}};
@@ -101,8 +102,7 @@ TEST(Hashdir, ReportsCopiesAndRefusesBadCommandLines) {
                       err = readFile(root + "/err");
     EXPECT_TRUE(fs::is_empty(temp));
     if (row.status != 0) {
-      EXPECT_EQ(out, "");
-      EXPECT_EQ(err.rfind("zu-hashdir: ", 0), 0u);
+      EXPECT_EQ(out + err.substr(0, 12), "zu-hashdir: ");  // nothing on stdout
       EXPECT_EQ(err.find('\n'), err.size() - 1) << err;
       continue;
     }
