@@ -36,8 +36,10 @@
 // Progress (files done / total) goes to stderr only when it is a terminal;
 // messages go to stderr as one line each, "zu-hashdir: ...". Exit status: 0
 // when everything was hashed (and the copy matches), 1 when a file could not
-// be hashed, the copy failed or differs, or the report could not be written,
-// 2 for a bad command line or a DIR that is not there.
+// be hashed, the copy failed or differs, the tree's listing changed between
+// the start and the end of the run, or the report could not be written, 2 for
+// a bad command line or a DIR that is not there. With status 1 the report is
+// still written, without the files that failed, unless writing it failed.
 #include <ZuPlatform/concurrency.h>
 #include <ZuPlatform/data.h>
 #include <ZuPlatform/diagnostics.h>
@@ -346,6 +348,13 @@ std::vector<Entry> listTree(const Directory& root, const std::string& pattern) {
   return entries;
 }
 
+// True when both lists name the same files, in the same order.
+bool sameFiles(const std::vector<Entry>& a, const std::vector<Entry>& b) {
+  return std::equal(
+      a.begin(), a.end(), b.begin(), b.end(),
+      [](const Entry& x, const Entry& y) { return x.relative == y.relative; });
+}
+
 // Hashes every entry on a pool of threadCount threads; the number of entries
 // that failed, each told through the log.
 size_t hashEntries(std::vector<Entry>& entries, unsigned long threadCount,
@@ -535,11 +544,23 @@ bool deliverReport(const std::vector<Entry>& entries, const Summary& summary,
                    const std::string& output) {
   const File report = ZuPlatform::Filesystem::createTempFile();
   const std::string reportPath = report.toNativePath();
-  const int fd = reportPath.empty()
-                     ? -1
-                     : ::open(reportPath.c_str(),
-                              O_WRONLY | O_TRUNC | O_NOFOLLOW | O_CLOEXEC);
+  // Anyone can plant a link or a FIFO at the predictable name: neither is
+  // followed nor waited on, and only a regular file is written.
+  int fd = reportPath.empty()
+               ? -1
+               : ::open(reportPath.c_str(), O_WRONLY | O_TRUNC | O_NOFOLLOW |
+                                                O_NONBLOCK | O_CLOEXEC);
+  struct stat status;
+  if (fd >= 0 && (::fstat(fd, &status) != 0 || !S_ISREG(status.st_mode))) {
+    ::close(fd);
+    fd = -1;
+  }
   if (fd < 0) {
+    // The file that createTempFile made goes; anything planted there stays.
+    if (!reportPath.empty() && ::lstat(reportPath.c_str(), &status) == 0 &&
+        S_ISREG(status.st_mode)) {
+      ZuPlatform::Filesystem::remove(report);
+    }
     Zu::LogError(
         "cannot create a temporary file in %s\n",
         Directory(Directory::WELL_KNOWN_TEMP).toUniversalPath().c_str());
@@ -612,8 +633,19 @@ int run(const Options& options) {
     summary.copyVerified = copyAndVerify(root, copyTarget, entries, options);
     copyFailed = !summary.copyVerified;
   }
+  // A directory that cannot be read (or an entry that cannot be examined)
+  // just drops out of a listing, unreported. Listing again at the end, after
+  // the copy, shows such a loss when it is passing, and a tree that changed
+  // under the run.
+  const bool listingHeld = sameFiles(entries, listTree(root, options.pattern));
+  if (!listingHeld) {
+    Zu::LogError(
+        "the files under %s changed during the run, or could not "
+        "all be listed\n",
+        options.directory.c_str());
+  }
   if (!deliverReport(entries, summary, options.output)) return EXIT_FAILED;
-  return failed > 0 || copyFailed ? EXIT_FAILED : EXIT_SUCCESS;
+  return failed > 0 || copyFailed || !listingHeld ? EXIT_FAILED : EXIT_SUCCESS;
 }
 
 }  // namespace
