@@ -1,62 +1,73 @@
 #include <ZuPlatform/data.h>
 #include <gtest/gtest.h>
 
+#include <clocale>
 #include <cstdint>
 #include <cstring>
-#include <random>
-#include <vector>
-
-#ifdef ZU_TEST_HAVE_ZLIB
-#include <zlib.h>
-#endif
+#include <tuple>
 
 namespace {
 
-unsigned int crcOf(const char* text) {
-  return Zu::calculateCRC32(text, static_cast<int>(strlen(text)), 0);
+// The published self-check: hash the keys {}, {0}, {0, 1}, ... up to 255
+// bytes, each with seed 256 - length, then hash the concatenated results with
+// seed 0; its first 4 bytes, in native order, are the check value. Every tail
+// length meets every block count below 16, and the keys sit at an odd address.
+TEST(MurmurHash3, MatchesPublishedVerificationValues) {
+  const std::tuple<decltype(&MurmurHash3_x86_32), int, uint32_t> rows[] = {
+      {MurmurHash3_x86_32, 4, 0xB0F57EE3u},
+      {MurmurHash3_x86_128, 16, 0xB3ECE62Au},
+      {MurmurHash3_x64_128, 16, 0x6384BA69u}};
+  for (const auto& [hash, bytes, want] : rows) {
+    uint8_t key[257];
+    uint8_t results[256 * 16];
+    for (int i = 0; i < 256; ++i) {
+      key[1 + i] = static_cast<uint8_t>(i);
+      hash(key + 1, i, 256 - i, &results[i * bytes]);
+    }
+    uint32_t final[4];
+    hash(results, 256 * bytes, 0, final);
+    EXPECT_EQ(final[0], want) << bytes << "-byte variant";
+  }
 }
 
-TEST(Crc32, KnownAnswers) {
-  struct {
-    const char* text;
-    unsigned int want;
-  } const rows[] = {
-      {"", 0x00000000u},
+// The check values, whole and cut in two at every point, the second piece
+// continued from the first one's result.
+TEST(Crc32, KnownAnswersWholeAndInPieces) {
+  const std::pair<const char*, unsigned int> rows[] = {
       {"abc", 0x352441C2u},
       {"123456789", 0xCBF43926u},
-      {"The quick brown fox jumps over the lazy dog", 0x414FA339u},
-  };
-  for (const auto& row : rows)
-    EXPECT_EQ(crcOf(row.text), row.want) << '"' << row.text << '"';
-}
-
-TEST(Crc32, PiecesContinueIntoTheWhole) {
-  const char text[] = "The quick brown fox jumps over the lazy dog";
-  const int length = static_cast<int>(strlen(text));
-  for (int split = 0; split <= length; ++split) {
-    const unsigned int first = Zu::calculateCRC32(text, split, 0);
-    EXPECT_EQ(Zu::calculateCRC32(text + split, length - split,
-                                 static_cast<int>(first)),
-              0x414FA339u)
-        << "split at " << split;
+      {"The quick brown fox jumps over the lazy dog", 0x414FA339u}};
+  for (const auto& [text, want] : rows) {
+    const int length = static_cast<int>(strlen(text));
+    for (int cut = 0; cut <= length; ++cut)
+      EXPECT_EQ(Zu::calculateCRC32(text + cut, length - cut,
+                                   int(Zu::calculateCRC32(text, cut, 0))),
+                want)
+          << '"' << text << "\" cut at " << cut;
   }
 }
 
-#ifdef ZU_TEST_HAVE_ZLIB
-TEST(Crc32, AgreesWithZlib) {
-  std::mt19937 random(3);
-  for (int round = 0; round < 200; ++round) {
-    const size_t length = random() % 3000;
-    std::vector<uint8_t> bytes(length);
-    for (uint8_t& byte : bytes) byte = static_cast<uint8_t>(random());
-    const int seed = static_cast<int>(random());
-    const uLong want = crc32(static_cast<unsigned int>(seed), bytes.data(),
-                             static_cast<uInt>(length));
-    EXPECT_EQ(Zu::calculateCRC32(bytes.data(), static_cast<int>(length), seed),
-              want)
-        << "length " << length << " seed " << seed;
+// Conversions that hold from bytes to wide ('W'), back ('B') or both ways.
+// A wide text takes no more bytes than it has characters, so a character that
+// no longer fits ends it; a 0 element ends the text; a sequence the locale
+// cannot convert gives the empty string.
+TEST(StringConversions, FollowTheLocale) {
+  using namespace ZuPlatform::StringConversions;
+  const std::tuple<const char*, std::string, std::wstring, const char*> rows[] =
+      {{"C", "plain ASCII 0-9 ~!@#$", L"plain ASCII 0-9 ~!@#$", "WB"},
+       {"C.UTF-8", "", L"", "WB"},
+       {"C.UTF-8", "caf\xC3\xA9", L"caf\u00E9", "W"},
+       {"C.UTF-8", "ab", L"ab\u00E9", "B"},
+       {"C.UTF-8", std::string("ab\0c", 4), L"ab", "W"},
+       {"C.UTF-8", "ab\xFF", L"", "W"},
+       {"C", "", L"caf\u00E9", "B"}};
+  for (const auto& [locale, bytes, wide, ways] : rows) {
+    ASSERT_TRUE(setlocale(LC_CTYPE, locale));
+    EXPECT_TRUE(!strchr(ways, 'W') || stringToWString(bytes) == wide)
+        << locale << ", to wide: \"" << bytes << '"';
+    EXPECT_TRUE(!strchr(ways, 'B') || wStringToString(wide) == bytes)
+        << locale << ", to bytes: \"" << bytes << '"';
   }
 }
-#endif
 
 }  // namespace
