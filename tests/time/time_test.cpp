@@ -8,9 +8,9 @@
 
 // This program's own clock_gettime stands in front of the C library's, so
 // that the clock can be set, or made to fail as an unreadable clock does
-// (writing nothing). ThreadSanitizer's runtime reads the clock before it can
-// run instrumented code, so under it the C library's own serves and the test
-// that needs the stand-in is left out.
+// (writing nothing). A stand-in may be called before ThreadSanitizer's
+// runtime can run instrumented code, so under it the C library's own serves
+// and the test that needs the stand-in is left out.
 #ifndef __SANITIZE_THREAD__
 bool clockSet = false;
 long nanos = 0;  // what the set clock reads; negative: unreadable
