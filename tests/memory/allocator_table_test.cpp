@@ -66,7 +66,8 @@ TEST(AllocatorTable, ResizeToZeroKeepsTheBlock) {
   Zu::ZuMemory::destroy(block);
 }
 
-// The arguments of the last call that reached the table.
+// What the last call through the table recorded: its arguments, or its slot
+// and block.
 std::vector<uintptr_t> seen;
 
 // A store into a slot serves the very next call of either family, with the
