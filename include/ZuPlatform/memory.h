@@ -45,7 +45,11 @@ struct KaMemoryAPITable {
 // pad word below it; any alignment works, not only powers of two. An alignment
 // that is not a multiple of 4 is still honoured but logged through
 // Zu::LogDebug; so are 1 to 3 (the pad grows by whole alignments until the
-// pad word fits) and 0 (served as 1).
+// pad word fits) and 0 (served as 1). A block that cannot be laid out gives
+// null, as an exhausted heap does, with nothing allocated or logged: an
+// alignment above 0xFFFFFFFC, whose pad (up to alignment + 3) would not fit
+// the 32-bit pad word, or a size for which size + alignment + 4 passes 64
+// bits.
 extern ZUPLATFORM_API KaMemoryAPITable KaMemoryAPI;
 
 // The flat entry points: each passes its arguments to its slot of KaMemoryAPI
@@ -76,7 +80,8 @@ class ZUPLATFORM_API ZuMemory {
 
   static void* create(unsigned long size);
   static void* createZeroed(unsigned long size);
-  // alignment is widened with zeros to the slot's 64 bits.
+  // alignment is widened with zeros to the slot's 64 bits; under the default
+  // slot 0xFFFFFFFD and above give null.
   static void* createAligned(unsigned long size, unsigned int alignment);
   static void destroy(void* block);
   static void destroyAligned(void* block);

@@ -47,7 +47,8 @@ class ZUPLATFORM_API ZuTimer {
   static double now();
   // The resolution the timer reports: 1e-9 seconds, whatever the clock does.
   static double getPrecision();
-  // One reading of the monotonic clock, in seconds.
+  // One reading of the monotonic clock, in seconds; 0 if the clock cannot be
+  // read (no message).
   static double currentTimestamp();
   // a - b.
   static double difference(double a, double b);

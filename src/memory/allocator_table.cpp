@@ -1,6 +1,7 @@
 #include <ZuPlatform/diagnostics.h>
 #include <ZuPlatform/memory.h>
 
+#include <climits>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
@@ -31,12 +32,20 @@ void* MallocCreate(unsigned long size) { return malloc(size); }
 
 void* MallocCreateZeroed(unsigned long size) { return calloc(1, size); }
 
+// The pad can reach alignment + 3, and it has to fit its 32-bit word.
+constexpr unsigned long MAX_ALIGNMENT = UINT32_MAX - 3;
+
 // An aligned block lives inside a larger malloc block: a gap, the pad word
 // holding the gap's length plus 4, then the caller's bytes. The pad word is
 // what lets MallocDestroyAligned find the malloc block again.
 void* MallocCreateAligned(unsigned long size, unsigned long alignment) {
-  unsigned char* block =
-      static_cast<unsigned char*>(malloc(size + alignment + sizeof(uint32_t)));
+  // A layout whose pad could outgrow its word, or whose total would wrap past
+  // 64 bits, cannot be served: null, as for an exhausted heap, before
+  // anything is allocated or logged.
+  if (alignment > MAX_ALIGNMENT) return nullptr;
+  const unsigned long overhead = alignment + sizeof(uint32_t);
+  if (size > ULONG_MAX - overhead) return nullptr;
+  unsigned char* block = static_cast<unsigned char*>(malloc(size + overhead));
   if (block == nullptr) return nullptr;
   if (alignment % sizeof(uint32_t) != 0 || alignment == 0) {
     // A handler that throws must not cost the caller the block.

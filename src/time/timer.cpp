@@ -62,8 +62,10 @@ double ZuTimer::now() { return processTimer.getTime(); }
 
 double ZuTimer::getPrecision() { return 1e-9; }
 
+// A clock that cannot be read leaves the stamp at 0, never whatever the stack
+// held: the failure shows as a reading of 0 and nothing is undefined.
 double ZuTimer::currentTimestamp() {
-  timespec stamp;
+  timespec stamp{};
   clock_gettime(CLOCK_MONOTONIC, &stamp);
   return static_cast<double>(stamp.tv_sec) +
          static_cast<double>(stamp.tv_nsec) / 1e9;
