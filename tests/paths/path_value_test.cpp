@@ -10,33 +10,29 @@ namespace {
 // Only the last component counts, split at its last "."; base name and
 // extension always join back to the name.
 TEST(PathValue, NameSplitsAtItsLastDot) {
-  struct {
-    const char *path, *name, *base, *extension;
-  } rows[] = {
+  const char* rows[][4] = {
+      // path, name, base name, extension
       {"/d.x/a", "a", "a", ""},        {"/a.b.c", "a.b.c", "a.b", ".c"},
       {"/d/.b", ".b", "", ".b"},       {"/a.", "a.", "a", "."},
-      {"/d/a..b", "a..b", "a.", ".b"}, {"/", "", "", ""},
-  };
+      {"/d/a..b", "a..b", "a.", ".b"}, {"/", "", "", ""}};
   for (auto& row : rows) {
-    File file(row.path);
+    File file(row[0]);
     EXPECT_EQ(
         file.getName() + "|" + file.getBaseName() + "|" + file.getExtension(),
-        std::string(row.name) + "|" + row.base + "|" + row.extension)
-        << row.path;
+        std::string(row[1]) + "|" + row[2] + "|" + row[3])
+        << row[0];
   }
 }
 
+// Only a prefix is taken away: a later hit is no ancestor.
 TEST(PathValue, RelativeToTakesAwayOnlyAPrefix) {
-  struct {
-    const char *path, *base, *want;
-  } rows[] = {
-      {"/a/b/c/", "/a/", "b/c/"},    {"/a/b/", "/a/b/", ""},
-      {"/a/", "/a/b/", "/a/"},       {"/a/bc/", "/a/b/", "/a/bc/"},
-      {"/a/b/c/", "/b/", "/a/b/c/"},  // a later hit is no ancestor
-  };
+  const char* rows[][3] = {{"/a/b/c/", "/a/", "b/c/"},
+                           {"/a/b/", "/a/b/", ""},
+                           {"/a/bc/", "/a/b/", "/a/bc/"},
+                           {"/a/b/c/", "/b/", "/a/b/c/"}};
   for (auto& row : rows) {
-    EXPECT_EQ(Directory(row.path).relativeTo(Directory(row.base)), row.want)
-        << row.path << " from " << row.base;
+    EXPECT_EQ(Directory(row[0]).relativeTo(Directory(row[1])), row[2])
+        << row[0] << " from " << row[1];
   }
 }
 
@@ -44,18 +40,16 @@ TEST(PathValue, RelativeToTakesAwayOnlyAPrefix) {
 // as HOME may give) climbs to an absolute parent that no longer covers the
 // candidates it covered before, so the climb goes on to "/" and gives up.
 TEST(PathValue, CommonRootRetestsEveryCandidateAfterAClimb) {
-  const char* saved = getenv("HOME");
-  const std::string home = saved ? saved : "";
+  const std::string home = ZuPlatform::getEnv("HOME");
   std::vector<Directory> candidates;
   for (const char* value : {"./a", "./a/b"}) {
     setenv("HOME", value, 1);
     candidates.emplace_back(Directory::WELL_KNOWN_HOME);
   }
-  saved ? setenv("HOME", home.c_str(), 1) : unsetenv("HOME");
+  setenv("HOME", home.c_str(), 1);
+  EXPECT_EQ(Directory::commonRootOf(candidates)->toUniversalPath(), "./a/");
   candidates.emplace_back(Directory::WELL_KNOWN_CURRENT);
   EXPECT_EQ(Directory::commonRootOf(candidates), nullptr);
-  candidates.pop_back();
-  EXPECT_EQ(Directory::commonRootOf(candidates)->toUniversalPath(), "./a/");
 }
 
 }  // namespace
