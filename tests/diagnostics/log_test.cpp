@@ -44,22 +44,21 @@ class Log : public testing::Test {
   Zu::LogHandler original;
 };
 
-// A call that returns nothing, as a row of a table; and a text one longer
-// than a message can be.
+// Rows of the table below: a call that returns nothing, and a deprecated
+// call, which warns with no newline and returns 0 (or a handler of its own).
 #define SAY(...) [] { return __VA_ARGS__, 0; }
+#define DEPRECATED(call, name, instead)                                  \
+  {                                                                      \
+    3, [] { return int(Zu::call); },                                     \
+        "WARN: " name "() is deprecated. Use " instead "() instead.|-|0" \
+  }
 const std::string LONG = std::string(4999, 'x') + "y";
-
-// What a deprecated call leaves: a warning without newline, and 0.
-std::string deprecated(const std::string& name, const char* instead) {
-  return "WARN: " + name + "() is deprecated. Use " + instead +
-         "() instead.|-|0";
-}
 
 // A message passes when its level is at most the threshold, 5 after load;
 // only a passing error throws, with its text alone, cut at 4999 characters
 // like the output. The legacy names have fixed levels whatever their int
-// says; ZuFatalError is an error. The deprecated calls only warn, with no
-// newline, and return what they always return.
+// says; ZuFatalError is an error. An assertion puts the last component of
+// its file and its line ("% 4d") in front of the caller's format.
 TEST_F(Log, DefaultHandlerFiltersWritesAndThrows) {
   EXPECT_EQ(Zu::LogGetLevel(), Zu::LOG_LEVEL_DEBUG);
   const std::string cut = LONG.substr(0, 4999);
@@ -74,8 +73,6 @@ TEST_F(Log, DefaultHandlerFiltersWritesAndThrows) {
       {5, SAY(Zu::LogDebug("m%d", 1)), "DEBUG: m1|-|0"},
       {5, SAY(Zu::LogTrace("m%d", 1)), "|-|0"},
       {6, SAY(Zu::LogTrace("m%d", 1)), "TRACE: m1|-|0"},
-      {3, SAY(Zu::LogWarn("m")), "WARN: m|-|0"},
-      {3, SAY(Zu::LogInfo("m")), "|-|0"},
       {1, SAY(Zu::LogError("m")), "|-|0"},
       {0, SAY(Zu::LogFatal("m")), "|-|0"},
       {5, SAY(Zu::LogError("%s", LONG.c_str() + 1)),
@@ -83,28 +80,29 @@ TEST_F(Log, DefaultHandlerFiltersWritesAndThrows) {
       {5, SAY(Zu::LogError("%s", LONG.c_str())),
        "ERROR: " + cut + "|" + cut + "|"},
       {2, SAY(Zu::ZuFatalError(6, "m%d", 1)), "ERROR: m1|m1|"},
-      {1, SAY(Zu::ZuFatalError(6, "m")), "|-|0"},
       {3, SAY(Zu::ZuWarning(1, "m%d", 1)), "WARN: m1|-|0"},
       {4, SAY(Zu::ZuInfo(-7, "m%d", 1)), "INFO: m1|-|0"},
-      {3, SAY(Zu::ZuInfo(9, "m")), "|-|0"},
-      {3, Zu::getZuInfoLevel, deprecated("getZuInfoLevel", "Zu::LogGetLevel")},
-      {3, [] { return Zu::setZuInfoLevel(4); },
-       deprecated("setZuInfoLevel", "Zu::LogSetLevel")},
-      {3, Zu::getZuWarningLevel,
-       deprecated("getZuWarningLevel", "Zu::LogGetLevel")},
-      {3, [] { return Zu::setZuWarningLevel(2); },
-       deprecated("setZuWarningLevel", "Zu::LogSetLevel")},
-      {3, Zu::getZuFatalErrorLevel,
-       deprecated("getZuFatalErrorLevel", "Zu::LogGetLevel")},
-      {3, [] { return Zu::setZuFatalErrorLevel(0); },
-       deprecated("setZuFatalErrorLevel", "Zu::LogSetLevel")},
-      {3, [] { return int(Zu::ZuSetInfoHandler(ignore) == ignore); },
-       deprecated("ZuSetInfoHandler", "ZuSetLogHandler")},
-      {3, [] { return int(Zu::ZuSetWarningHandler(ignore) == ignore); },
-       deprecated("ZuSetWarningHandler", "ZuSetLogHandler")},
-      {3, [] { return int(Zu::ZuSetFatalErrorHandler(ignore) == ignore); },
-       deprecated("ZuSetFatalErrorHandler", "ZuSetLogHandler")},
-      {2, Zu::getZuInfoLevel, "|-|0"}};
+      {5, SAY(Zu::ZuAssertImplementation("/u/x.y.cpp", 7, false, "v%d", 5)),
+       "ERROR: x.y.cpp:   7: v5|x.y.cpp:   7: v5|"},
+      {5, SAY(Zu::ZuAssertImplementation("C:\\b.c", 1234, false, "m")),
+       "ERROR: b.c: 1234: m|b.c: 1234: m|"},
+      {5, SAY(Zu::ZuAssertImplementation("", 12, false, "m")),
+       "ERROR: :  12: m|:  12: m|"},
+      DEPRECATED(getZuInfoLevel(), "getZuInfoLevel", "Zu::LogGetLevel"),
+      DEPRECATED(setZuInfoLevel(4), "setZuInfoLevel", "Zu::LogSetLevel"),
+      DEPRECATED(getZuWarningLevel(), "getZuWarningLevel", "Zu::LogGetLevel"),
+      DEPRECATED(setZuWarningLevel(2), "setZuWarningLevel", "Zu::LogSetLevel"),
+      DEPRECATED(getZuFatalErrorLevel(), "getZuFatalErrorLevel",
+                 "Zu::LogGetLevel"),
+      DEPRECATED(setZuFatalErrorLevel(0), "setZuFatalErrorLevel",
+                 "Zu::LogSetLevel"),
+      DEPRECATED(ZuSetInfoHandler(ignore) == ignore, "ZuSetInfoHandler",
+                 "ZuSetLogHandler"),
+      DEPRECATED(ZuSetWarningHandler(ignore) == ignore, "ZuSetWarningHandler",
+                 "ZuSetLogHandler"),
+      DEPRECATED(ZuSetFatalErrorHandler(ignore) == ignore,
+                 "ZuSetFatalErrorHandler", "ZuSetLogHandler"),
+      {2, SAY(Zu::getZuInfoLevel()), "|-|0"}};
   for (const auto& row : rows) {
     Zu::LogSetLevel(Zu::eLogLevel(row.threshold));
     EXPECT_EQ(logged(row.call), row.want) << "row " << &row - rows;
@@ -135,27 +133,6 @@ TEST_F(Log, ReplacedHandlerGetsEveryMessage) {
       recorded,
       "6 t -> t;2 e%d -> e2;1 f %s -> f x;2 f.cpp:   9: %s -> f.cpp:   9: x;");
   EXPECT_EQ(Zu::LogSetHandler(original), record);
-}
-
-// "<last component>:<line as % 4d>: <format>", expanded with the caller's
-// arguments by the handler at error level.
-TEST_F(Log, AssertionLocatesItsMessage) {
-  const struct {
-    int (*call)();
-    const char* want;
-  } rows[] = {
-      {SAY(Zu::ZuAssertImplementation("a.cpp", 1234, false, "v=%d%%", 5)),
-       "a.cpp: 1234: v=5%"},
-      {SAY(Zu::ZuAssertImplementation("/u/x.y.cpp", 7, false, "%s", "m")),
-       "x.y.cpp:   7: m"},
-      {SAY(Zu::ZuAssertImplementation("C:\\w\\b.cpp", 12, false, "m")),
-       "b.cpp:  12: m"},
-      {SAY(Zu::ZuAssertImplementation("", 7, false, "m")), ":   7: m"}};
-  for (const auto& row : rows) {
-    EXPECT_EQ(logged(row.call),
-              "ERROR: " + std::string(row.want) + "|" + row.want + "|")
-        << row.want;
-  }
 }
 
 }  // namespace

@@ -9,10 +9,7 @@
 #include <atomic>
 #include <thread>
 
-using ZuPlatform::Directory;
-using ZuPlatform::File;
-using ZuPlatform::getEnv;
-using ZuPlatform::putEnv;
+using namespace ZuPlatform;
 using namespace std::string_literals;
 
 namespace {
