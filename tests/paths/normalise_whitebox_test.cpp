@@ -22,11 +22,9 @@ std::string queryFake() { return fakeCurrentDirectory; }
 TEST(Normalise, MatchesLiteralModel) {
   const char* known[][4] = {
       // current directory, input, file, directory
-      {"/w/x/", "../../../a", "/../a", "/../a/"},
       {"", "a/b/../c/./d/..", "a/c/d/..", "a/c/"},
       {"/", "\\\\a//.../b/.", "//a//.../b/.", "//a//.../b/"},
-      {"/", "/a/./../b//../c", "/b/c", "/b/c/"},
-      {"/", "/../a/../b", "/../a/../b", "/../a/../b/"}};
+      {"/w/", "/a/./../b//../../../c/../d", "/../c/../d", "/../c/../d/"}};
   for (auto& row : known) {
     EXPECT_EQ(pathmodel::file(row[1], row[0]) + " " +
                   pathmodel::directory(row[1], row[0]),
