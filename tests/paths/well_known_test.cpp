@@ -14,9 +14,11 @@ using namespace std::string_literals;
 
 namespace {
 // Every exit registration of the process passes here and is counted. Calls
-// of readlink fail while toFail says so, then stop inside while toStop says
-// so, until released.
-std::atomic<int> exitRegistrations(0), toFail(0), toStop(0), stopped(0);
+// of readlink fill the whole buffer with "/a/a..." (a link too long for it)
+// while toFill says so, fail while toFail says so, then stop inside while
+// toStop says so, until released.
+std::atomic<int> exitRegistrations(0), toFill(0), toFail(0), toStop(0),
+    stopped(0);
 std::atomic<bool> released(false);
 }  // namespace
 #define NEXT(f) reinterpret_cast<decltype(&f)>(dlsym(RTLD_NEXT, #f))
@@ -31,6 +33,10 @@ extern "C" int __cxa_atexit(void (*run)(void*), void* argument,
 extern "C" ssize_t readlink(const char* path, char* buffer,
                             size_t size) noexcept {
   static const auto next = NEXT(readlink);
+  if (toFill.fetch_sub(1) > 0) {
+    for (size_t i = 0; i < size; ++i) buffer[i] = "/a"[i % 2];
+    return size;
+  }
   if (toFail.fetch_sub(1) > 0) return -1;
   if (toStop.fetch_sub(1) > 0) {
     ++stopped;
@@ -69,6 +75,13 @@ TEST(WellKnown, DirectoriesByName) {
         row.want)
         << row.which << " with " << (row.value ? row.value : "(unset)");
   }
+  // A link longer than the buffer is cut to 2047 bytes, "/a" * 1023 + "/",
+  // whose parent is one "/a" shorter.
+  toFill = 1;
+  std::string cut;
+  while (cut.size() < 2044) cut += "/a";
+  EXPECT_EQ(Directory(Directory::WELL_KNOWN_PROCESS).toUniversalPath(),
+            cut + "/");
   setenv("HOME", home.c_str(), 1);
   temp.empty() ? unsetenv("TMPDIR") : setenv("TMPDIR", temp.c_str(), 1);
 }
