@@ -50,6 +50,7 @@ class ZUPLATFORM_API Directory {
   // put behind the current directory, then "/./" and "/x/../" collapse (a
   // ".." with no "/" before it stops the collapse). "//" stays; links are not
   // resolved. An empty path means the current directory. Linear time.
+  // Leaves nothing to destroy at exit, so an exit handler may build paths.
   Directory(const std::string& path);
   // The directory part of file's path, up to and including its last "/";
   // empty if it holds none. Nothing further is normalised.
@@ -153,11 +154,14 @@ class ZUPLATFORM_API File {
   std::string* path;
 };
 
-// The value of environment variable name; empty if unset or set to "".
+// The value of environment variable name; empty if unset or set to "". A
+// name no variable can have (empty, or holding "=" or NUL) gives "" without
+// asking the environment, so "A=B" never yields the tail of A's value.
 ZUPLATFORM_API std::string getEnv(const std::string& name);
 
 // setenv(name, value, overwrite): false for an empty name, a name holding
-// "=", or any other refusal. Not safe beside getEnv on another thread.
+// "=" or NUL (the environment is then left as it was), or any other refusal.
+// Not safe beside getEnv on another thread.
 ZUPLATFORM_API bool putEnv(const std::string& name, const std::string& value);
 
 // The separator of path lists, ":". Lives until process exit.
@@ -165,11 +169,13 @@ ZUPLATFORM_API const std::string& getPathSeparator();
 
 }  // namespace ZuPlatform
 
-// The full path of the running executable, read once from /proc/self/exe and
-// kept for the life of the process; empty while it cannot be read (the next
-// call tries again). Calls before the first success take a lock, so threads
-// that make the first call together read the link one at a time; after it,
-// no lock. A reference taken while still empty may be filled by a later call.
+// The full path of the running executable, read from /proc/self/exe until a
+// read succeeds and kept from then on; empty while it cannot be read (each
+// call tries again). No lock: threads in their first call read the link on
+// their own and the first to publish wins, so all get the same reference,
+// and a fork during a first call leaves the child nothing to wait for. A
+// reference taken while still empty stays empty; call again for the path.
+// The string is never destroyed, so exit handlers may use it too.
 ZUPLATFORM_API const std::string& _getProcessFileName();
 
 #endif  // ZUPLATFORM_PATHS_H

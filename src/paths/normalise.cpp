@@ -126,18 +126,20 @@ std::string prefixFor(const std::string& path,
 
 // One pass over the path: the separators are converted, the current
 // directory put in front and the components collapsed as they are met.
+// An empty path names the current directory, as "." does. The "." is made
+// anew each time: a static text would register a destructor at exit, and a
+// path built from an exit handler could then find it gone.
 std::string normaliseDirectoryText(const std::string& path,
                                    CurrentDirectoryQuery currentDirectory) {
-  static const std::string DOT = ".";
-  const std::string& text = path.empty() ? DOT : path;
-  std::string prefix = prefixFor(text, currentDirectory);
-  Collapser collapser(prefix.size() + text.size() + 1);
+  if (path.empty()) return normaliseDirectoryText(".", currentDirectory);
+  std::string prefix = prefixFor(path, currentDirectory);
+  Collapser collapser(prefix.size() + path.size() + 1);
   addEndedComponents(collapser, prefix, false);
-  size_t last = addEndedComponents(collapser, text, true);
+  size_t last = addEndedComponents(collapser, path, true);
   // The "/" a directory always ends in comes before the collapse, so a last
   // "." or ".." collapses like any other.
-  if (last < text.size()) {
-    collapser.add(text.data() + last, text.size() - last, true);
+  if (last < path.size()) {
+    collapser.add(path.data() + last, path.size() - last, true);
   }
   collapser.add("", 0, false);
   return collapser.take();

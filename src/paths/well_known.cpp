@@ -8,7 +8,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <memory>
-#include <mutex>
 
 #include "ZuPlatform/paths.h"
 #include "paths/normalise.h"
@@ -95,19 +94,38 @@ File File::thatContains(void* address) {
 
 }  // namespace ZuPlatform
 
-// A success is final, so after the first one every call reads the string
-// without a lock. Until then callers take the mutex, and only one at a time
-// reads the link and writes the string. A failed read leaves the string empty
-// and the flag down, so the next call tries again.
-const std::string& _getProcessFileName() {
-  static std::string fileName;
-  static std::mutex fillMutex;
-  static std::atomic<bool> filled(false);
-  if (filled.load(std::memory_order_acquire)) return fileName;
-  std::lock_guard<std::mutex> lock(fillMutex);
-  if (fileName.empty()) {
-    fileName = ZuPlatform::executableLinkText();
+namespace {
+
+// The executable's path once a read has succeeded, and the empty text that
+// calls return until then. Both are made by the first call that needs them
+// and never destroyed: no exit registration, so exit handlers may use them,
+// and plain atomic words, so nothing runs at load.
+std::atomic<const std::string*> processFileName(nullptr);
+std::atomic<const std::string*> noProcessFileName(nullptr);
+
+// Publishes text in slot unless another thread got there first; the loser
+// drops its own copy and returns the winner's, which holds the same text.
+const std::string& publishOnce(std::atomic<const std::string*>& slot,
+                               std::unique_ptr<const std::string> text) {
+  const std::string* published = nullptr;
+  if (slot.compare_exchange_strong(published, text.get(),
+                                   std::memory_order_acq_rel)) {
+    return *text.release();
   }
-  if (!fileName.empty()) filled.store(true, std::memory_order_release);
-  return fileName;
+  return *published;
+}
+
+}  // namespace
+
+// No lock at all: callers in their first call each read the link into a copy
+// of their own, and the first to publish wins. A thread stopped anywhere in
+// here (by a fork, say) blocks nobody, and a link that cannot be read costs a
+// read per call, never a wait.
+const std::string& _getProcessFileName() {
+  const std::string* known = processFileName.load(std::memory_order_acquire);
+  if (known) return *known;
+  std::unique_ptr<const std::string> text(
+      new std::string(ZuPlatform::executableLinkText()));
+  auto& slot = text->empty() ? noProcessFileName : processFileName;
+  return publishOnce(slot, std::move(text));
 }

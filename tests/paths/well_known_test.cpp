@@ -1,95 +1,147 @@
 // The well-known directories, the file that holds an address, the
 // executable's path and the process environment.
 #include <ZuPlatform/paths.h>
+#include <dlfcn.h>
 #include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <atomic>
-#include <optional>
 #include <thread>
-#include <vector>
 
-using ZuPlatform::Directory;
-using ZuPlatform::File;
-using ZuPlatform::getEnv;
-using ZuPlatform::putEnv;
+using namespace ZuPlatform;
+using namespace std::string_literals;
+
+namespace {
+// Every exit registration of the process passes here and is counted. Calls
+// of readlink fill the whole buffer with "/a/a..." (a link too long for it)
+// while toFill says so, fail while toFail says so, then stop inside while
+// toStop says so, until released.
+std::atomic<int> exitRegistrations(0), toFill(0), toFail(0), toStop(0),
+    stopped(0);
+std::atomic<bool> released(false);
+}  // namespace
+#define NEXT(f) reinterpret_cast<decltype(&f)>(dlsym(RTLD_NEXT, #f))
+
+extern "C" int __cxa_atexit(void (*run)(void*), void* argument,
+                            void* owner) noexcept {
+  static const auto next = NEXT(__cxa_atexit);
+  ++exitRegistrations;
+  return next(run, argument, owner);
+}
+
+extern "C" ssize_t readlink(const char* path, char* buffer,
+                            size_t size) noexcept {
+  static const auto next = NEXT(readlink);
+  if (toFill.fetch_sub(1) > 0) {
+    for (size_t i = 0; i < size; ++i) buffer[i] = "/a"[i % 2];
+    return size;
+  }
+  if (toFail.fetch_sub(1) > 0) return -1;
+  if (toStop.fetch_sub(1) > 0) {
+    ++stopped;
+    while (!released) std::this_thread::yield();
+  }
+  return next(path, buffer, size);
+}
 
 namespace {
 
-// Puts an environment variable back as it was.
-struct SavedVariable {
-  explicit SavedVariable(const char* name) : name(name) {
-    if (const char* old = getenv(name)) value = old;
-  }
-  ~SavedVariable() { value ? setenv(name, value->c_str(), 1) : unsetenv(name); }
-  const char* name;
-  std::optional<std::string> value;
-};
-
-// Values are taken literally and read anew each time; a value of nullptr
-// means unset, a name of nullptr that nothing is set.
+// Values are taken literally and read anew each time; nullptr is unset.
+// The executable is this program, and getEnv stands in the library.
 TEST(WellKnown, DirectoriesByName) {
-  SavedVariable home("HOME"), temp("TMPDIR");
-  struct {
-    const char* name;
-    Directory::WellKnownDirectory which;
-    const char *value, *want;
-  } rows[] = {
-      {"HOME", Directory::WELL_KNOWN_HOME, "/h", "/h/"},
-      {"HOME", Directory::WELL_KNOWN_HOME, "a\\b", "a\\b/"},
-      {"HOME", Directory::WELL_KNOWN_HOME, nullptr, ""},
-      {"TMPDIR", Directory::WELL_KNOWN_TEMP, "rel/./x/", "rel/./x/"},
-      {"TMPDIR", Directory::WELL_KNOWN_TEMP, "", "/"},
-      {"TMPDIR", Directory::WELL_KNOWN_TEMP, nullptr, "/tmp/"},
-      {nullptr, Directory::WELL_KNOWN_ROOT, nullptr, "/"},
-      {nullptr, Directory::WellKnownDirectory(6), nullptr, ""},
-      {nullptr, Directory::WellKnownDirectory(0xffffffffu), nullptr, ""},
-  };
-  for (auto& row : rows) {
-    if (row.name) {
-      row.value ? setenv(row.name, row.value, 1) : unsetenv(row.name);
-    }
-    EXPECT_EQ(Directory(row.which).toUniversalPath(), row.want)
-        << row.which << " with " << (row.name ? row.name : "-") << "="
-        << (row.value ? row.value : "(unset)");
-  }
-}
-
-// This program is the executable; getEnv stands in the library.
-TEST(WellKnown, ProcessAndLibraryLocateTheirFiles) {
+  const std::string home = getEnv("HOME"), temp = getEnv("TMPDIR");
   File executable(_getProcessFileName());
-  EXPECT_EQ(executable.getName(), "test_paths");
-  EXPECT_EQ(Directory(Directory::WELL_KNOWN_PROCESS).toUniversalPath(),
-            Directory(executable).toUniversalPath());
-
   File library = File::thatContains(reinterpret_cast<void*>(&getEnv));
-  EXPECT_EQ(library.getName().rfind("libZuPlatform.so", 0), 0u);
-  EXPECT_EQ(Directory(Directory::WELL_KNOWN_LIBRARY).toUniversalPath(),
-            Directory(library).toUniversalPath());
-  EXPECT_EQ(File::thatContains(reinterpret_cast<void*>(16)).toUniversalPath(),
-            "");
+  EXPECT_EQ(executable.getName() + " " + library.getName(),
+            "test_paths libZuPlatform.so.6");
+  EXPECT_EQ(File::thatContains(nullptr).toUniversalPath(), "");
+  EXPECT_EQ(Directory(Directory::WELL_KNOWN_PROCESS).toUniversalPath() + " " +
+                Directory(Directory::WELL_KNOWN_LIBRARY).toUniversalPath(),
+            Directory(executable).toUniversalPath() + " " +
+                Directory(library).toUniversalPath());
+  const struct {
+    const char *name, *value;
+    unsigned which;  // 1 root, 2 home, 5 temp, 6 none
+    const char* want;
+  } rows[] = {{"HOME", "/h", 2, "/h/"},  {"HOME", "a\\b/", 2, "a\\b/"},
+              {"HOME", nullptr, 2, ""},  {"TMPDIR", "rel/./x", 5, "rel/./x/"},
+              {"TMPDIR", "", 5, "/"},    {"TMPDIR", nullptr, 5, "/tmp/"},
+              {"HOME", nullptr, 1, "/"}, {"HOME", nullptr, 6, ""}};
+  for (auto& row : rows) {
+    row.value ? setenv(row.name, row.value, 1) : unsetenv(row.name);
+    EXPECT_EQ(
+        Directory(Directory::WellKnownDirectory(row.which)).toUniversalPath(),
+        row.want)
+        << row.which << " with " << (row.value ? row.value : "(unset)");
+  }
+  // A link longer than the buffer is cut to 2047 bytes, "/a" * 1023 + "/",
+  // whose parent is one "/a" shorter.
+  toFill = 1;
+  std::string cut;
+  while (cut.size() < 2044) cut += "/a";
+  EXPECT_EQ(Directory(Directory::WELL_KNOWN_PROCESS).toUniversalPath(),
+            cut + "/");
+  setenv("HOME", home.c_str(), 1);
+  temp.empty() ? unsetenv("TMPDIR") : setenv("TMPDIR", temp.c_str(), 1);
 }
 
-// Each test runs in a process of its own, so these are the first calls.
-TEST(ProcessFileName, FirstCallsFromManyThreadsAgree) {
-  constexpr int THREADS = 8;
-  std::atomic<bool> go(false);
-  std::vector<const std::string*> seen(THREADS);
-  std::vector<std::string> texts(THREADS);
-  std::vector<std::thread> threads;
-  for (int i = 0; i < THREADS; ++i) {
-    threads.emplace_back([&, i] {
-      while (!go) std::this_thread::yield();
-      seen[i] = &_getProcessFileName();
-      texts[i] = *seen[i];
-    });
+// "A=B" would read the tail of A's value, "A\0x" variable A itself.
+TEST(Environment, NamesNoVariableCanHaveAreRefused) {
+  ASSERT_TRUE(putEnv("ZU_TEST_A", "B=tail"));
+  for (std::string name : {""s, "="s, "ZU_TEST_A=B"s, "ZU_TEST_A\0x"s}) {
+    EXPECT_EQ(getEnv(name), "") << name;
+    EXPECT_FALSE(putEnv(name, "changed")) << name;
   }
-  go = true;
-  for (auto& thread : threads) thread.join();
-  for (int i = 0; i < THREADS; ++i) {
-    EXPECT_EQ(seen[i], seen[0]);
-    EXPECT_FALSE(texts[i].empty());
-    EXPECT_EQ(texts[i], texts[0]);
+  EXPECT_EQ(getEnv("ZU_TEST_A"), "B=tail");
+}
+
+// Registered before the library's first use, so it runs after anything the
+// library might register at exit has run.
+void buildPathsAtExit() {
+  const std::string here = Directory("").toUniversalPath();
+  fprintf(stderr, "at exit %d\n", File("a").toUniversalPath() == here + "a");
+}
+
+// A failed read is not kept. Then two threads stop inside their first calls,
+// at once, and a child is forked meanwhile: it must make a first call of its
+// own, and the threads must agree on one string. Neither that nor building
+// paths registers anything at exit.
+void firstCallsInAFreshProcess() {
+  alarm(5);  // a wait that never ends fails the test
+  atexit(buildPathsAtExit);
+  const int registered = exitRegistrations;
+  toFail = 1;
+  const bool failed = _getProcessFileName().empty();
+  const std::string* seen[2];
+  toStop = 2;
+  std::thread first([&] { seen[0] = &_getProcessFileName(); });
+  std::thread second([&] { seen[1] = &_getProcessFileName(); });
+  while (stopped < 2) std::this_thread::yield();
+  pid_t child = fork();
+  if (child == 0) {
+    alarm(2);
+    _exit(_getProcessFileName().empty());
   }
+  int status = -1;
+  waitpid(child, &status, 0);
+  released = true;
+  first.join();
+  second.join();
+  const bool agree = !seen[0]->empty() && seen[0] == seen[1] &&
+                     seen[0] == &_getProcessFileName();
+  const bool built = !Directory("").toUniversalPath().empty();  // first use
+  fprintf(stderr, "failed %d, child %d, agree %d, built %d, registered %d\n",
+          failed, status, agree, built, exitRegistrations - registered);
+  exit(0);
+}
+
+// In a process of its own, where the first calls are still to come.
+TEST(ProcessFileName, FirstCallsNeitherWaitNorDisagreeNorRegisterAtExit) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  EXPECT_EXIT(
+      firstCallsInAFreshProcess(), testing::ExitedWithCode(0),
+      "^failed 1, child 0, agree 1, built 1, registered 0\nat exit 1\n$");
 }
 
 }  // namespace

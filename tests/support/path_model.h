@@ -10,43 +10,30 @@
 
 namespace pathmodel {
 
-// As long as "/./" occurs, its first occurrence becomes "/".
-inline void collapseDots(std::string& text) {
-  for (size_t p; (p = text.find("/./")) != std::string::npos;) {
-    text.replace(p, 3, "/");
-  }
-}
-
-// As long as "/../" occurs at p: the last "/" before p at q, and [q, p + 4)
-// becomes "/". With no "/" before p the collapse stops for good.
-inline void collapseDotDots(std::string& text) {
-  for (size_t p; (p = text.find("/../")) != std::string::npos;) {
-    if (p == 0) return;
-    size_t q = text.rfind('/', p - 1);
-    if (q == std::string::npos) return;
-    text.replace(q, p + 4 - q, "/");
-  }
-}
-
 // currentDirectory is the text a relative path is put behind: it ends in
 // "/", or it is empty when the working directory could not be learned.
-inline std::string directory(std::string path,
-                             const std::string& currentDirectory) {
-  if (path.empty()) path = ".";
-  std::replace(path.begin(), path.end(), '\\', '/');
-  if (path.back() != '/') path += '/';
-  if (path[0] != '/') path = currentDirectory + path;
-  collapseDots(path);
-  collapseDotDots(path);
-  return path;
-}
-
 inline std::string file(std::string path, const std::string& currentDirectory) {
   std::replace(path.begin(), path.end(), '\\', '/');
   if (!path.empty() && path[0] != '/') path = currentDirectory + path;
-  collapseDots(path);
-  collapseDotDots(path);
+  // As long as "/./" occurs, its first occurrence becomes "/".
+  for (size_t p; (p = path.find("/./")) != std::string::npos;) {
+    path.replace(p, 3, "/");
+  }
+  // As long as "/../" occurs at p: the last "/" before p at q, and [q, p + 4)
+  // becomes "/". With no "/" before p the collapse stops for good.
+  for (size_t p, q; (p = path.find("/../")) != std::string::npos;) {
+    if (p == 0 || (q = path.rfind('/', p - 1)) == std::string::npos) break;
+    path.replace(q, p + 4 - q, "/");
+  }
   return path;
+}
+
+// The same, after an empty path became "." and a missing "/" was appended.
+inline std::string directory(std::string path,
+                             const std::string& currentDirectory) {
+  if (path.empty()) path = ".";
+  if (path.back() != '/' && path.back() != '\\') path += '/';
+  return file(path, currentDirectory);
 }
 
 }  // namespace pathmodel
