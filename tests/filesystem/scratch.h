@@ -34,12 +34,23 @@ class Scratch : public ::testing::Test {
     std::filesystem::remove_all(root, ignored);
   }
   std::string at(const std::string& relative) const { return root + relative; }
-  // In order: a name ending in "/" is a directory, any other a regular file
+  // In order: "x/" a directory, "x|" a FIFO, "x>y" a symbolic link to y
+  // (below root unless it begins with "/"), anything else a regular file
   // holding its own name.
   void lay(std::initializer_list<std::string> entries) const {
     for (const std::string& entry : entries) {
-      if (entry.back() == '/') mkdir(at(entry).c_str(), 0777);
-      if (entry.back() != '/') write(entry, entry);
+      const size_t arrow = entry.find('>');
+      const std::string name = at(entry.substr(0, arrow));
+      const std::string to = entry.substr(arrow + 1);
+      if (arrow != std::string::npos) {
+        symlink((to[0] == '/' ? to : at(to)).c_str(), name.c_str());
+      } else if (entry.back() == '/' || entry.back() == '|') {
+        entry.back() == '/'
+            ? mkdir(name.c_str(), 0777)
+            : mkfifo(name.substr(0, name.size() - 1).c_str(), 0666);
+      } else {
+        write(entry, entry);
+      }
     }
   }
   void write(const std::string& relative, const std::string& content) const {
