@@ -22,14 +22,13 @@ using ZuPlatform::File;
 class Scratch : public ::testing::Test {
  protected:
   void SetUp() override {
-    std::string pattern = "/tmp/zu_filesystem_test_XXXXXX";
-    ASSERT_NE(mkdtemp(&pattern[0]), nullptr);
-    root = pattern + "/";
+    char name[] = "/tmp/zu_filesystem_test_XXXXXX";
+    ASSERT_NE(mkdtemp(name), nullptr);
+    root = name + std::string("/");
     setenv("TMPDIR", root.c_str(), 1);
   }
   void TearDown() override {
     unsetenv("TMPDIR");
-    std::filesystem::current_path(previous);
     std::error_code ignored;  // a failure must not stop the rest
     std::filesystem::remove_all(root, ignored);
   }
@@ -40,14 +39,13 @@ class Scratch : public ::testing::Test {
   void lay(std::initializer_list<std::string> entries) const {
     for (const std::string& entry : entries) {
       const size_t arrow = entry.find('>');
-      const std::string name = at(entry.substr(0, arrow));
-      const std::string to = entry.substr(arrow + 1);
+      const std::string name = at(entry.substr(0, arrow)), to(entry, arrow + 1);
       if (arrow != std::string::npos) {
         symlink((to[0] == '/' ? to : at(to)).c_str(), name.c_str());
-      } else if (entry.back() == '/' || entry.back() == '|') {
-        entry.back() == '/'
-            ? mkdir(name.c_str(), 0777)
-            : mkfifo(name.substr(0, name.size() - 1).c_str(), 0666);
+      } else if (entry.back() == '/') {
+        mkdir(name.c_str(), 0777);
+      } else if (entry.back() == '|') {
+        mkfifo(name.substr(0, name.size() - 1).c_str(), 0666);
       } else {
         write(entry, entry);
       }
@@ -73,16 +71,16 @@ class Scratch : public ::testing::Test {
     using Walk = std::filesystem::recursive_directory_iterator;
     for (Walk it(root); it != Walk(); ++it) {
       const std::string path = it->path().string().substr(root.size());
-      const mode_t type = mode(path);
       if (path == skip) it.disable_recursion_pending();
-      if (path == skip) continue;
-      entries.insert(path + " " + std::to_string(type) + " " +
-                     (S_ISREG(type) ? read(path) : ""));
+      const mode_t type = path == skip ? 0 : mode(path);
+      if (type != 0) {
+        entries.insert(path + " " + std::to_string(type) +
+                       (S_ISREG(type) ? read(path) : ""));
+      }
     }
     return entries;
   }
   std::string root;  // ends in "/"
-  std::filesystem::path previous = std::filesystem::current_path();
 };
 
 #endif  // ZU_TESTS_FILESYSTEM_SCRATCH_H
