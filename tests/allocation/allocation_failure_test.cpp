@@ -34,7 +34,7 @@ int openDescriptors() {
 using AllocationFailure = Scratch;
 
 TEST_F(AllocationFailure, LeavesNoDescriptorOpen) {
-  lay({"s/", "s/a/", "s/a/f", "s/g"});
+  lay("s/ s/a/ s/a/f s/g");
   const Directory source(at("s")), copy(at("c")), doomed(at("r"));
   const std::function<void()> calls[] = {
       [&] { source.directories(); }, [&] { source.files(); },

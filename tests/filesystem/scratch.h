@@ -33,11 +33,12 @@ class Scratch : public ::testing::Test {
     std::filesystem::remove_all(root, ignored);
   }
   std::string at(const std::string& relative) const { return root + relative; }
-  // In order: "x/" a directory, "x|" a FIFO, "x>y" a symbolic link to y
-  // (below root unless it begins with "/"), anything else a regular file
-  // holding its own name.
-  void lay(std::initializer_list<std::string> entries) const {
-    for (const std::string& entry : entries) {
+  // The entries, separated by spaces, in order: "x/" a directory, "x|" a
+  // FIFO, "x>y" a symbolic link to y (below root unless it begins with "/"),
+  // anything else a regular file holding its own name.
+  void lay(const std::string& entries) const {
+    std::istringstream words(entries);
+    for (std::string entry; words >> entry;) {
       const size_t arrow = entry.find('>');
       const std::string name = at(entry.substr(0, arrow)), to(entry, arrow + 1);
       if (arrow != std::string::npos) {
@@ -47,12 +48,9 @@ class Scratch : public ::testing::Test {
       } else if (entry.back() == '|') {
         mkfifo(name.substr(0, name.size() - 1).c_str(), 0666);
       } else {
-        write(entry, entry);
+        std::ofstream(name) << entry;
       }
     }
-  }
-  void write(const std::string& relative, const std::string& content) const {
-    std::ofstream(at(relative), std::ios::binary) << content;
   }
   std::string read(const std::string& relative) const {
     std::ostringstream content;

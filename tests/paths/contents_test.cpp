@@ -21,8 +21,8 @@ std::vector<std::string> sorted(const std::vector<Path>& paths) {
 // are appended to, never cleared, also when they hold the listed directory
 // itself and must grow. Existence is access(): any type counts.
 TEST_F(Contents, ListsByTypeFollowingLinks) {
-  lay({"sub/", ".../", "plain", ".hidden", "sub/inner", "odd\\name", "fifo|",
-       "dangling>nowhere", "dirlink>sub", "filelink>plain"});
+  lay("sub/ .../ plain .hidden sub/inner odd\\name fifo| dangling>nowhere "
+      "dirlink>sub filelink>plain");
   std::vector<Directory> directories{Directory(root)};
   directories.shrink_to_fit();
   directories[0].directories(directories);
@@ -46,7 +46,7 @@ TEST_F(Contents, ListsByTypeFollowingLinks) {
 TEST_F(Contents, CommonRootClimbsWhileParentExists) {
   // Candidates, then "=" and the common root, "!" for an empty pointer;
   // below the scratch root unless they begin with "/"; "-" is the empty path.
-  lay({"a/", "a/b/", "a/b/c/", "a/bc/", "a/bd/", "sub/"});
+  lay("a/ a/b/ a/b/c/ a/bc/ a/bd/ sub/");
   const char* const rows[] = {"= !",
                               "no/such/ = no/such/",
                               "a/b/ a/b/c/ = a/b/",
