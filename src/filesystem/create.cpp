@@ -13,12 +13,11 @@ namespace {
 // separator: the text is cut in place for the calls and restored, so a deep
 // path costs no copy per level.
 bool reachLevel(std::string& text, size_t end, bool make) {
-  const bool cut = end + 1 < text.size();
-  const char saved = cut ? text[end + 1] : '\0';
-  if (cut) text[end + 1] = '\0';
+  const char saved = text[end + 1];  // at the last level, the terminator
+  text[end + 1] = '\0';
   if (make) mkdir(text.c_str(), 0777);
   const bool reached = access(text.c_str(), F_OK) == 0;
-  if (cut) text[end + 1] = saved;
+  text[end + 1] = saved;
   return reached;
 }
 
@@ -35,12 +34,9 @@ bool reachLevel(std::string& text, size_t end, bool make) {
 bool create(const Directory& directory) {
   std::string text = directory.toUniversalPath();
   if (text.empty() || holdsNul(text)) return false;
-  std::vector<size_t> ends;
+  std::vector<size_t> ends;  // a directory's text ends in "/": never empty
   for (size_t at = 0; at < text.size(); ++at) {
     if (text[at] == '/') ends.push_back(at);
-  }
-  if (ends.empty() || ends.back() != text.size() - 1) {
-    ends.push_back(text.size() - 1);
   }
   size_t first = ends.size() - 1;
   while (first > 0 && !reachLevel(text, ends[first - 1], false)) --first;

@@ -96,14 +96,14 @@ Entries listAt(int fd, const Directory& path, bool wantDirectories) {
       entries.passedOver = true;
       continue;
     }
+    // A link whose own status can't be read is taken for none: the walk
+    // then enters it without following, which fails for a real link.
     struct stat own;
-    if (fstatat(fd, name.c_str(), &own, AT_SYMLINK_NOFOLLOW) != 0) {
-      entries.failed = true;
-      continue;
-    }
-    entries.listed.push_back({std::move(name),
-                              Identity{real.st_dev, real.st_ino},
-                              S_ISLNK(own.st_mode)});
+    const bool isLink =
+        fstatat(fd, name.c_str(), &own, AT_SYMLINK_NOFOLLOW) == 0 &&
+        S_ISLNK(own.st_mode);
+    entries.listed.push_back(
+        {std::move(name), Identity{real.st_dev, real.st_ino}, isLink});
   }
   return entries;
 }

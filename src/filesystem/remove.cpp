@@ -11,13 +11,13 @@ namespace Filesystem {
 namespace {
 
 // Empties the directory open at fd, whose path is path: subdirectories
-// first, then the files listed after them. Every removal is by name relative
-// to fd, and a subdirectory is entered without following a link, so nothing
-// outside the tree can be reached.
+// first, then the files listed after them; false at the first that can't go.
+// Every removal is by name relative to fd, and a subdirectory is entered
+// without following a link, so nothing outside the tree can be reached. An
+// entry passed over (or left out by a listing that failed) stays, and so
+// does its directory.
 bool removeContents(int fd, const Directory& path) {
-  const Entries subdirectories = listAt(fd, path, true);
-  if (subdirectories.failed || subdirectories.passedOver) return false;
-  for (const Entry& sub : subdirectories.listed) {
+  for (const Entry& sub : listAt(fd, path, true).listed) {
     const char* name = sub.name.c_str();
     if (sub.isLink) {
       // A link to a directory goes as a link: what it points at may lie
@@ -32,9 +32,7 @@ bool removeContents(int fd, const Directory& path) {
       return false;
     }
   }
-  const Entries files = listAt(fd, path, false);
-  if (files.failed || files.passedOver) return false;
-  for (const Entry& file : files.listed) {
+  for (const Entry& file : listAt(fd, path, false).listed) {
     if (unlinkat(fd, file.name.c_str(), 0) != 0) return false;
   }
   return true;

@@ -29,6 +29,7 @@ class Scratch : public ::testing::Test {
   }
   void TearDown() override {
     unsetenv("TMPDIR");
+    std::filesystem::current_path(previous);
     std::error_code ignored;  // a failure must not stop the rest
     std::filesystem::remove_all(root, ignored);
   }
@@ -79,6 +80,7 @@ class Scratch : public ::testing::Test {
     return entries;
   }
   std::string root;  // ends in "/"
+  std::filesystem::path previous = std::filesystem::current_path();
 };
 
 #endif  // ZU_TESTS_FILESYSTEM_SCRATCH_H

@@ -1,10 +1,24 @@
-// Unique names and temporary files with the library's counter in reach: each
-// test sets it first, so every name is known in advance, the end of the
-// numbers is one store away, and a number spent shows.
+// Linked with the library's objects: the unique-name counter is in reach, so
+// every name is known in advance and the end of the numbers is one store
+// away; and the library's stat() calls land in the definition below, which
+// fails with an I/O error on any path ending in "/eio".
+#include <fcntl.h>
+#include <sys/syscall.h>
+
+#include <cerrno>
 #include <thread>
 
 #include "filesystem/unique_name.h"
 #include "scratch.h"
+
+extern "C" int stat(const char* path, struct stat* status) {
+  const std::string text(path);
+  if (text.size() >= 4 && text.compare(text.size() - 4, 4, "/eio") == 0) {
+    errno = EIO;
+    return -1;
+  }
+  return static_cast<int>(syscall(SYS_newfstatat, AT_FDCWD, path, status, 0));
+}
 
 namespace {
 
@@ -62,6 +76,15 @@ TEST_F(Scratched, TempFileTakesOnlyARegularFileAndNeverBlocks) {
               "");
     EXPECT_EQ(Fs::uniqueNameCounter.load(), counter);
   }
+}
+
+// A listing that can't tell whether an entry is there makes the tree copy
+// fail, where a missing entry (a dangling link) is left out.
+TEST_F(Scratched, AFailingStatFailsTheTreeCopy) {
+  lay("s/ s/ok s/gone>none");
+  EXPECT_TRUE(Fs::copy(Directory(at("s")), Directory(at("c")), true));
+  lay("s/eio");
+  EXPECT_FALSE(Fs::copy(Directory(at("s")), Directory(at("c")), true));
 }
 
 }  // namespace
