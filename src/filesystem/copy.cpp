@@ -120,8 +120,8 @@ bool copy(const File& file, const Directory& directory, bool overwrite) {
   const std::string sourcePath = file.toUniversalPath();
   const std::string targetPath =
       directory.file(file.getName()).toUniversalPath();
+  // A missing source or target directory fails at its open.
   if (holdsNul(sourcePath) || holdsNul(targetPath)) return false;
-  if (!file.exists() || !directory.exists()) return false;
   return copyFileAt(AT_FDCWD, sourcePath.c_str(), AT_FDCWD, targetPath.c_str(),
                     overwrite);
 }

@@ -111,6 +111,9 @@ TEST_F(Walks, APathHoldingNulNamesNothing) {
   const File file(at("d/f") + cut);
   EXPECT_EQ(file.getName(), "f" + cut);  // an ordinary byte to the text
   EXPECT_FALSE(file.exists() || directory.exists() || directory.hasFile("f"));
+  long time = 0;
+  EXPECT_FALSE(Fs::getLastModifiedTime(file, &time) ||
+               Fs::changeCurrentDirectory(directory) || time != 0);
   EXPECT_FALSE(Fs::remove(file) || Fs::rename(file, "g") ||
                Fs::copy(file, Directory(at("d")), true) ||
                Fs::copy(directory, Directory(at("c")), true) ||
