@@ -1,10 +1,12 @@
 // Linked with the library's objects: the unique-name counter is in reach, so
 // every name is known in advance and the end of the numbers is one store
-// away; and the library's stat() calls land in the definition below, which
-// fails with an I/O error on any path ending in "/eio".
+// away; and the library's stat() and write() calls land in the definitions
+// below, which fail with an I/O error on any path ending in "/eio" and while
+// writes are made to fail.
 #include <fcntl.h>
 #include <sys/syscall.h>
 
+#include <atomic>
 #include <cerrno>
 #include <thread>
 
@@ -18,6 +20,18 @@ extern "C" int stat(const char* path, struct stat* status) {
     return -1;
   }
   return static_cast<int>(syscall(SYS_newfstatat, AT_FDCWD, path, status, 0));
+}
+
+namespace {
+std::atomic<bool> writesFail{false};
+}  // namespace
+
+extern "C" ssize_t write(int fd, const void* buffer, size_t count) {
+  if (writesFail && fd > 2) {
+    errno = EIO;
+    return -1;
+  }
+  return syscall(SYS_write, fd, buffer, count);
 }
 
 namespace {
@@ -79,12 +93,17 @@ TEST_F(Scratched, TempFileTakesOnlyARegularFileAndNeverBlocks) {
 }
 
 // A listing that can't tell whether an entry is there makes the tree copy
-// fail, where a missing entry (a dangling link) is left out.
-TEST_F(Scratched, AFailingStatFailsTheTreeCopy) {
+// fail, where a missing entry (a dangling link) is left out; so does a write
+// that fails.
+TEST_F(Scratched, IoErrorsFailTheCopy) {
   lay("s/ s/ok s/gone>none");
   EXPECT_TRUE(Fs::copy(Directory(at("s")), Directory(at("c")), true));
+  writesFail = true;
+  const bool written = Fs::copy(File(at("s/ok")), Directory(at("c")), true);
+  writesFail = false;
   lay("s/eio");
-  EXPECT_FALSE(Fs::copy(Directory(at("s")), Directory(at("c")), true));
+  EXPECT_FALSE(written ||
+               Fs::copy(Directory(at("s")), Directory(at("c")), true));
 }
 
 }  // namespace
