@@ -49,18 +49,16 @@ bool create(const Directory& directory) {
 // No O_EXCL: a file that appears between the test and the open is opened,
 // not truncated, and counts as made. O_NOFOLLOW: a dangling link at the name
 // is not created through; O_NONBLOCK: a FIFO that appears there cannot hang
-// the call, and only a regular file counts.
+// the call.
 bool create(const File& file) {
   const std::string path = file.toUniversalPath();
   if (holdsNul(path)) return false;
   const Directory holder(file);
   if (!holder.exists() && !create(holder)) return false;
   if (file.exists()) return false;
-  Descriptor fd(
+  const Descriptor fd(
       open(path.c_str(), O_WRONLY | O_CREAT | O_NOFOLLOW | O_NONBLOCK, 0777));
-  struct stat status;
-  return fd.isOpen() && fstat(fd.get(), &status) == 0 &&
-         S_ISREG(status.st_mode);
+  return fd.isOpen();
 }
 
 }  // namespace Filesystem
