@@ -50,8 +50,11 @@ void glob(const Directory& directory, const std::string& pattern,
   const std::string path = directory.toUniversalPath();
   if (holdsNul(path)) return;
   const Descriptor fd(openDirectoryAt(AT_FDCWD, path.c_str(), true));
-  std::vector<Identity> walkPath(1);
-  if (!fd.isOpen() || !identityOf(fd.get(), walkPath[0])) return;
+  if (!fd.isOpen()) return;
+  // Without the start's identity a link back to it is caught one level on.
+  std::vector<Identity> walkPath;
+  Identity start;
+  if (identityOf(fd.get(), start)) walkPath.push_back(start);
   globInto(fd.get(), directory, pattern.c_str(), recursive, result, walkPath);
 }
 
