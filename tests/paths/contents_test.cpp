@@ -47,18 +47,16 @@ TEST_F(Contents, ListsByTypeFollowingLinks) {
 TEST_F(Contents, CommonRootClimbsWhileParentExists) {
   // Candidates, then "=" and the common root, "!" for an empty pointer;
   // below the scratch root unless they begin with "/"; "-" is the empty path.
-  lay("a/ a/b/ a/b/c/ a/bc/ a/bd/ sub/");
-  const char* const rows[] = {"= !",
-                              "no/such/ = no/such/",
-                              "a/b/ a/b/c/ = a/b/",
-                              "a/b/c/ a/b/ = a/b/",
-                              "a/b/ a/bc/ = a/",
-                              "a/b/ sub/ a/bd/ = .",
-                              "a/b/ /elsewhere/ = /",
-                              "no/such/a/ no/such/b/ = !",
-                              "a/gone/ a/b/ = a/",
-                              "- a/ = -",
-                              "a/ - = !"};
+  lay("a/ a/b/ a/b/c/ a/bc/ a/bd/ sub/ rel/ rel/x/");
+  setenv("HOME", "rel/x", 1);
+  ASSERT_EQ(chdir(root.c_str()), 0);
+  const char* const rows[] = {
+      "= !", "no/such/ = no/such/", "a/b/ a/b/c/ = a/b/", "a/b/c/ a/b/ = a/b/",
+      "a/b/ a/bc/ = a/", "a/b/ sub/ a/bd/ = .", "a/b/ /elsewhere/ = /",
+      "no/such/a/ no/such/b/ = !", "a/gone/ a/b/ = a/",
+      // "~" is HOME taken literally, "rel/x/", whose parent gains the working
+      // directory: each candidate is tested again after a climb.
+      "~ ~ /elsewhere/ = !", "- a/ = -", "a/ - = !"};
   auto make = [&](const std::string& text) {
     return text == "-"
                ? ""
@@ -69,7 +67,9 @@ TEST_F(Contents, CommonRootClimbsWhileParentExists) {
     std::vector<Directory> candidates;
     std::string word;
     while (words >> word && word != "=") {
-      candidates.push_back(word == "-" ? Directory() : Directory(make(word)));
+      candidates.push_back(word == "~"   ? Directory(Directory::WELL_KNOWN_HOME)
+                           : word == "-" ? Directory()
+                                         : Directory(make(word)));
     }
     words >> word;
     const auto common = Directory::commonRootOf(candidates);
