@@ -1,5 +1,8 @@
 // The tree walks (remove, copy, glob), also on trees laid out to lead them
 // astray.
+#include <fcntl.h>
+#include <limits.h>
+
 #include <algorithm>
 
 #include "scratch.h"
@@ -105,6 +108,23 @@ TEST_F(Walks, CopyMergesStopsAtTheFirstFailureAndNeverLoops) {
   // level's files, listed after it, then take.
   EXPECT_TRUE(Fs::copy(Directory(at("p/a")), Directory(at("p")), true));
   EXPECT_EQ(read("p/f"), "p/a/a/f");
+}
+
+TEST_F(Walks, TakeOnlyWhatTheListingsReach) {
+  // At the bottom of a chain of directories close to the path-length limit,
+  // a name that takes the full path past it is in no listing: the walks pass
+  // it by as the listings do, and that is no failure.
+  std::string deep = "t/";
+  while (at(deep).size() < PATH_MAX - 200) deep += std::string(99, 'd') + "/";
+  std::filesystem::create_directories(at(deep));
+  lay(deep + "f");
+  const int bottom = open(at(deep).c_str(), O_RDONLY | O_DIRECTORY);
+  const std::string name(250, 'x');
+  close(openat(bottom, name.c_str(), O_CREAT | O_WRONLY, 0600));
+  EXPECT_EQ(Fs::glob(Directory(at("t")), "*", true).size(), 1u);
+  EXPECT_TRUE(Fs::copy(Directory(at("t")), Directory(at("c")), true));
+  unlinkat(bottom, name.c_str(), 0);  // beyond what a clean-up by path reaches
+  close(bottom);
 }
 
 TEST_F(Walks, APathHoldingNulNamesNothing) {
