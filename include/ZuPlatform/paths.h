@@ -84,9 +84,11 @@ class ZUPLATFORM_API Directory {
   // one-byte path without asking the disk.
   bool hasParent() const;
 
-  // True if the path can be reached (access F_OK); false for a regular file.
+  // True if the path can be reached (access F_OK); false for a regular file,
+  // and for a text holding a NUL byte (it would reach the system cut short).
   bool exists() const;
-  // True if anything named name stands in this directory (type not checked).
+  // True if anything named name stands in this directory (type not checked);
+  // false if the text holds a NUL byte.
   bool hasDirectory(const std::string& name) const;
   // The same test as hasDirectory: anything of that name counts.
   bool hasFile(const std::string& name) const;
@@ -95,13 +97,14 @@ class ZUPLATFORM_API Directory {
   // Directory(path + name), normalised; name may hold several components.
   Directory directory(const std::string& name) const;
   // Appends the subdirectories (stat follows links; "." and ".." skipped) in
-  // the order the system lists them. result is never cleared; an unreadable
-  // directory appends nothing.
+  // the order the system lists them. result is never cleared and may hold
+  // this very object; an unreadable directory (or a path holding a NUL byte)
+  // appends nothing. A name holding a backslash is looked up as converted.
   void directories(std::vector<Directory>& result) const;
   // The subdirectories in a new vector.
   std::vector<Directory> directories() const;
-  // Appends the regular files (stat follows links), in listing order.
-  // result is never cleared; an unreadable directory appends nothing.
+  // Appends the regular files (stat follows links), in listing order, on the
+  // same terms as directories().
   void files(std::vector<File>& result) const;
   // The regular files in a new vector.
   std::vector<File> files() const;
@@ -143,7 +146,8 @@ class ZUPLATFORM_API File {
   std::string toUniversalPath() const;
   // Byte-wise unsigned comparison of the texts; a proper prefix is lesser.
   bool operator<(const File& other) const;
-  // True if anything, a directory too, stands at the path (access F_OK).
+  // True if anything, a directory too, stands at the path (access F_OK); false
+  // if the text holds a NUL byte.
   bool exists() const;
 
   // The file of the loaded object (executable or shared library) that holds

@@ -3,8 +3,10 @@
 #include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
-#include <cstring>
+#include <cerrno>
+#include <memory>
 
 namespace ZuPlatform {
 namespace Filesystem {
@@ -15,85 +17,95 @@ bool isDotOrDotDot(const char* name) {
          (name[1] == '\0' || (name[1] == '.' && name[2] == '\0'));
 }
 
-// True when directory(name) and file(name) of this text give back exactly
-// the text followed by name (and "/"), for any name without a backslash: an
-// absolute path with no backslash, "/./" or "/../" left for the constructors
-// to rewrite. Then a stat relative to the open stream asks about exactly the
-// objects that the public listings would build. HOME or TMPDIR taken
-// literally can fail this; such a directory goes the long way.
-bool isSettledText(const std::string& text) {
-  return !text.empty() && text[0] == '/' && text.back() == '/' &&
-         text.find('\\') == std::string::npos &&
-         text.find("/./") == std::string::npos &&
-         text.find("/../") == std::string::npos;
+// The failures that say the object is not there for us (missing, vanished,
+// a dangling link, beyond the path-length limit): the public listings leave
+// such an entry out. Anything else (an I/O error, say) leaves the walk
+// unsure of what the directory holds.
+bool isAbsence(int error) {
+  return error == ENOENT || error == ENOTDIR || error == ELOOP ||
+         error == EACCES || error == ENAMETOOLONG;
 }
 
-bool isLinkAt(int streamFd, const char* name, unsigned char type) {
-  if (type == DT_LNK) return true;
-  if (type == DT_DIR) return false;
-  struct stat status;
-  return fstatat(streamFd, name, &status, AT_SYMLINK_NOFOLLOW) == 0 &&
-         S_ISLNK(status.st_mode);
-}
-
-// Lists one entry the way directories() and files() do, from the very path
-// objects they build. Only names with a backslash or an unsettled directory
-// text come here.
-void listTheLongWay(const Directory& directory, const char* name,
-                    Listing& listing) {
-  struct stat status;
-  const Directory sub = directory.directory(name);
-  const std::string subText = sub.toUniversalPath();
-  if (stat(subText.c_str(), &status) == 0 && S_ISDIR(status.st_mode)) {
-    struct stat linkStatus;
-    const std::string entry = subText.substr(0, subText.size() - 1);
-    const bool isLink =
-        lstat(entry.c_str(), &linkStatus) == 0 && S_ISLNK(linkStatus.st_mode);
-    listing.subdirectories.push_back(
-        {sub, Identity{status.st_dev, status.st_ino}, isLink});
+// Every name but "." and "..", read through a descriptor of its own, so the
+// caller's stays where it is; false if the read fails part of the way.
+bool readNames(int fd, std::vector<std::string>& names) {
+  const int own = openat(fd, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  if (own < 0) return false;
+  DIR* stream = fdopendir(own);
+  if (stream == nullptr) {
+    ::close(own);
+    return false;
   }
-  const File file = directory.file(name);
-  if (stat(file.toUniversalPath().c_str(), &status) == 0 &&
-      S_ISREG(status.st_mode)) {
-    listing.fileNames.push_back(name);
+  // Closed also when a name's allocation throws.
+  const std::unique_ptr<DIR, int (*)(DIR*)> guard(stream, closedir);
+  for (;;) {
+    errno = 0;
+    const dirent* entry = readdir(stream);
+    if (entry == nullptr) return errno == 0;
+    if (!isDotOrDotDot(entry->d_name)) names.emplace_back(entry->d_name);
   }
 }
 
 }  // namespace
 
-void listDirectory(const Directory& directory, Listing& listing) {
-  const std::string text = directory.toUniversalPath();
-  DIR* stream = opendir(text.c_str());
-  if (stream == nullptr) return;
-  const bool settled = isSettledText(text);
-  const int streamFd = dirfd(stream);
-  while (const dirent* entry = readdir(stream)) {
-    const char* name = entry->d_name;
-    if (isDotOrDotDot(name)) continue;
-    if (!settled || strchr(name, '\\') != nullptr) {
-      listTheLongWay(directory, name, listing);
-      continue;
-    }
-    // The type comes from stat, links followed, never from d_type: a link to
-    // a directory is a subdirectory, a dangling link is nothing.
-    struct stat status;
-    if (fstatat(streamFd, name, &status, 0) != 0) continue;
-    if (S_ISDIR(status.st_mode)) {
-      listing.subdirectories.push_back(
-          {directory.directory(name), Identity{status.st_dev, status.st_ino},
-           isLinkAt(streamFd, name, entry->d_type)});
-    } else if (S_ISREG(status.st_mode)) {
-      listing.fileNames.push_back(name);
-    }
-  }
-  closedir(stream);
+Descriptor::~Descriptor() {
+  if (fd >= 0) ::close(fd);
 }
 
-bool identityOf(const std::string& path, Identity& identity) {
+bool Descriptor::close() {
+  const int open = fd;
+  fd = -1;
+  return open < 0 || ::close(open) == 0;
+}
+
+bool identityOf(int fd, Identity& identity) {
   struct stat status;
-  if (stat(path.c_str(), &status) != 0) return false;
+  if (fstat(fd, &status) != 0) return false;
   identity = Identity{status.st_dev, status.st_ino};
   return true;
+}
+
+int openDirectoryAt(int at, const char* name, bool followLinks) {
+  return openat(
+      at, name,
+      O_RDONLY | O_DIRECTORY | O_CLOEXEC | (followLinks ? 0 : O_NOFOLLOW));
+}
+
+Entries listAt(int fd, const Directory& path, bool wantDirectories) {
+  Entries entries;
+  std::vector<std::string> names;
+  entries.failed = !readNames(fd, names);
+  const mode_t type = wantDirectories ? S_IFDIR : S_IFREG;
+  for (std::string& name : names) {
+    // First what the public listing sees: the type at the path it builds.
+    const std::string listedPath = wantDirectories
+                                       ? path.directory(name).toUniversalPath()
+                                       : path.file(name).toUniversalPath();
+    struct stat listed;
+    if (stat(listedPath.c_str(), &listed) != 0) {
+      entries.failed |= !isAbsence(errno);
+      continue;
+    }
+    if ((listed.st_mode & S_IFMT) != type) continue;
+    // Then whether that path names this very entry. A backslash turns into
+    // a separator in the path, so such a name never does.
+    struct stat real;
+    if (name.find('\\') != std::string::npos ||
+        fstatat(fd, name.c_str(), &real, 0) != 0 ||
+        real.st_dev != listed.st_dev || real.st_ino != listed.st_ino) {
+      entries.passedOver = true;
+      continue;
+    }
+    // A link whose own status can't be read is taken for none: the walk
+    // then enters it without following, which fails for a real link.
+    struct stat own;
+    const bool isLink =
+        fstatat(fd, name.c_str(), &own, AT_SYMLINK_NOFOLLOW) == 0 &&
+        S_ISLNK(own.st_mode);
+    entries.listed.push_back(
+        {std::move(name), Identity{real.st_dev, real.st_ino}, isLink});
+  }
+  return entries;
 }
 
 }  // namespace Filesystem

@@ -66,7 +66,6 @@ extern "C" int libwdmatch_match_i(const char* pattern, const char* text) {
         ++swallowed;
       }
     }
-    if (*swallowed == '\0') return 0;
     pattern = resume;
     text = swallowed;
   }

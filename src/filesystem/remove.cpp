@@ -1,3 +1,4 @@
+#include <fcntl.h>
 #include <unistd.h>
 
 #include <cstdio>
@@ -7,30 +8,51 @@
 
 namespace ZuPlatform {
 namespace Filesystem {
+namespace {
+
+// Empties the directory open at fd, whose path is path: subdirectories
+// first, then the files listed after them; false at the first that can't go.
+// Every removal is by name relative to fd, and a subdirectory is entered
+// without following a link, so nothing outside the tree can be reached. An
+// entry passed over (or left out by a listing that failed) stays, and so
+// does its directory.
+bool removeContents(int fd, const Directory& path) {
+  for (const Entry& sub : listAt(fd, path, true).listed) {
+    const char* name = sub.name.c_str();
+    if (sub.isLink) {
+      // A link to a directory goes as a link: what it points at may lie
+      // outside the tree.
+      if (unlinkat(fd, name, 0) != 0) return false;
+      continue;
+    }
+    const Descriptor subFd(openDirectoryAt(fd, name, false));
+    if (!subFd.isOpen() ||
+        !removeContents(subFd.get(), path.directory(sub.name)) ||
+        unlinkat(fd, name, AT_REMOVEDIR) != 0) {
+      return false;
+    }
+  }
+  for (const Entry& file : listAt(fd, path, false).listed) {
+    if (unlinkat(fd, file.name.c_str(), 0) != 0) return false;
+  }
+  return true;
+}
+
+}  // namespace
 
 bool remove(const File& file) {
-  return ::remove(file.toUniversalPath().c_str()) == 0;
+  const std::string path = file.toUniversalPath();
+  return !holdsNul(path) && ::remove(path.c_str()) == 0;
 }
 
 bool remove(const Directory& directory) {
   if (!directory.exists()) return false;
-  Listing listing;
-  listDirectory(directory, listing);
-  for (const Subdirectory& sub : listing.subdirectories) {
-    if (sub.isLink) {
-      // A link to a directory goes as a link: what it points at may lie
-      // outside the tree, and the caller asked to remove only the tree.
-      std::string link = sub.directory.toUniversalPath();
-      link.pop_back();  // without the "/", unlink takes the link itself
-      if (unlink(link.c_str()) != 0) return false;
-    } else if (!remove(sub.directory)) {
-      return false;
-    }
+  const std::string path = directory.toUniversalPath();
+  {
+    const Descriptor fd(openDirectoryAt(AT_FDCWD, path.c_str(), true));
+    if (!fd.isOpen() || !removeContents(fd.get(), directory)) return false;
   }
-  for (const std::string& name : listing.fileNames) {
-    if (!remove(directory.file(name))) return false;
-  }
-  if (rmdir(directory.toUniversalPath().c_str()) != 0) return false;
+  if (rmdir(path.c_str()) != 0) return false;
   return !directory.exists();
 }
 

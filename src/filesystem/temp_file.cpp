@@ -1,7 +1,9 @@
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include "ZuPlatform/filesystem.h"
+#include "filesystem/listing.h"
 
 std::string _getTempFileName() {
   // Tested before a number is taken, so a missing directory spends none.
@@ -17,13 +19,16 @@ namespace Filesystem {
 
 File createTempFile() {
   const File file(_getTempFileName());
-  // creat() plus O_NOFOLLOW: the name is predictable, so a link planted there
-  // by someone else must not make us create or empty a file at its target. A
-  // link makes the open fail like any refused creat; a regular file already
-  // at the name is emptied.
-  const int fd = open(file.toUniversalPath().c_str(),
-                      O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW, 0777);
-  if (fd != -1) close(fd);
+  // The name is predictable, so someone else may have planted something
+  // there. O_NOFOLLOW: a link is refused, nothing is created or emptied at
+  // its target; O_NONBLOCK: a FIFO cannot hang the call. Only a regular file
+  // is accepted, and emptied; anything else counts as a failed creation.
+  const Descriptor fd(open(file.toUniversalPath().c_str(),
+                           O_WRONLY | O_CREAT | O_NOFOLLOW | O_NONBLOCK, 0777));
+  struct stat status;
+  const bool emptied = fd.isOpen() && fstat(fd.get(), &status) == 0 &&
+                       S_ISREG(status.st_mode) && ftruncate(fd.get(), 0) == 0;
+  static_cast<void>(emptied);  // the caller asks exists() on the result
   return file;
 }
 

@@ -1,12 +1,14 @@
 #include <unistd.h>
 
 #include "ZuPlatform/filesystem.h"
+#include "filesystem/listing.h"
 
 namespace ZuPlatform {
 namespace Filesystem {
 
 bool changeCurrentDirectory(const Directory& directory) {
-  return chdir(directory.toUniversalPath().c_str()) == 0;
+  const std::string path = directory.toUniversalPath();
+  return !holdsNul(path) && chdir(path.c_str()) == 0;
 }
 
 }  // namespace Filesystem

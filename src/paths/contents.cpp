@@ -22,17 +22,32 @@ bool hasMode(const std::string& text, mode_t type) {
   return stat(text.c_str(), &info) == 0 && (info.st_mode & S_IFMT) == type;
 }
 
+// A NUL byte would cut the text short of what it names: such a path
+// reaches nothing, as if it were missing.
+bool reachable(const std::string& text) {
+  return text.find('\0') == std::string::npos &&
+         access(text.c_str(), F_OK) == 0;
+}
+
+// Opens the directory for a listing; null for one that can't be opened. The
+// stream is closed however the listing ends, an exception included.
+using Stream = std::unique_ptr<DIR, int (*)(DIR*)>;
+Stream openStream(const std::string& text) {
+  const bool whole = text.find('\0') == std::string::npos;
+  return Stream(whole ? opendir(text.c_str()) : nullptr, closedir);
+}
+
 bool beginsWith(const std::string& text, const std::string& prefix) {
   return text.compare(0, prefix.size(), prefix) == 0;
 }
 
 }  // namespace
 
-bool Directory::exists() const { return access(path->c_str(), F_OK) == 0; }
+bool Directory::exists() const { return reachable(*path); }
 
 // Something of that name is enough; its type is not asked.
 bool Directory::hasDirectory(const std::string& name) const {
-  return access((*path + name).c_str(), F_OK) == 0;
+  return reachable(*path + name);
 }
 
 bool Directory::hasFile(const std::string& name) const {
@@ -48,16 +63,18 @@ Directory Directory::directory(const std::string& name) const {
 }
 
 // A directory that cannot be opened looks empty, and a failing readdir looks
-// like the end: what was appended so far stays.
+// like the end: what was appended so far stays. The children are built from
+// a copy of this path, since result may hold this very object and move it
+// when it grows.
 void Directory::directories(std::vector<Directory>& result) const {
-  DIR* stream = opendir(path->c_str());
-  if (stream == nullptr) return;
-  while (const dirent* entry = readdir(stream)) {
+  const Directory here(*this);
+  const Stream stream = openStream(*here.path);
+  if (!stream) return;
+  while (const dirent* entry = readdir(stream.get())) {
     if (isDotOrDotDot(entry->d_name)) continue;
-    Directory child = directory(entry->d_name);
+    Directory child = here.directory(entry->d_name);
     if (hasMode(*child.path, S_IFDIR)) result.push_back(child);
   }
-  closedir(stream);
 }
 
 std::vector<Directory> Directory::directories() const {
@@ -67,14 +84,14 @@ std::vector<Directory> Directory::directories() const {
 }
 
 void Directory::files(std::vector<File>& result) const {
-  DIR* stream = opendir(path->c_str());
-  if (stream == nullptr) return;
-  while (const dirent* entry = readdir(stream)) {
+  const Directory here(*this);
+  const Stream stream = openStream(*here.path);
+  if (!stream) return;
+  while (const dirent* entry = readdir(stream.get())) {
     if (isDotOrDotDot(entry->d_name)) continue;
-    File child = file(entry->d_name);
+    File child = here.file(entry->d_name);
     if (hasMode(child.toNativePath(), S_IFREG)) result.push_back(child);
   }
-  closedir(stream);
 }
 
 std::vector<File> Directory::files() const {

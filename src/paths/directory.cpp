@@ -81,7 +81,9 @@ Directory Directory::parent() const {
 
 bool Directory::hasParent() const {
   if (path->size() == 1) return false;
-  return access(parentText(*path).c_str(), F_OK) == 0;
+  const std::string text = parentText(*path);
+  return text.find('\0') == std::string::npos &&
+         access(text.c_str(), F_OK) == 0;
 }
 
 }  // namespace ZuPlatform

@@ -55,6 +55,11 @@ bool File::operator<(const File& other) const {
   return detail::lessByBytes(toNativePath(), other.toNativePath());
 }
 
-bool File::exists() const { return access(path->c_str(), F_OK) == 0; }
+// A NUL byte would cut the text short of what it names: such a path names
+// nothing on disk.
+bool File::exists() const {
+  return path->find('\0') == std::string::npos &&
+         access(path->c_str(), F_OK) == 0;
+}
 
 }  // namespace ZuPlatform

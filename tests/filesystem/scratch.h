@@ -1,20 +1,17 @@
 // A fresh directory per test, which is also TMPDIR for the test's length, so
-// whatever the library makes lands inside it. It is removed afterwards by an
-// nftw walk that never follows links (clean-up doesn't rest on the code under
-// test). Helpers lay out and read back real files.
+// whatever the library makes lands inside it; removed afterwards without the
+// code under test. Helpers lay out and read back real files.
 #ifndef ZU_TESTS_FILESYSTEM_SCRATCH_H
 #define ZU_TESTS_FILESYSTEM_SCRATCH_H
 
-#include <ftw.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <cstdlib>
+#include <filesystem>
 #include <fstream>
-#include <random>
+#include <set>
 #include <sstream>
-#include <string>
 
 #include "ZuPlatform/filesystem.h"
 
@@ -25,23 +22,36 @@ using ZuPlatform::File;
 class Scratch : public ::testing::Test {
  protected:
   void SetUp() override {
-    std::string pattern = "/tmp/zu_filesystem_test_XXXXXX";
-    ASSERT_NE(mkdtemp(&pattern[0]), nullptr);
-    root = pattern + "/";
-    if (const char* old = getenv("TMPDIR")) savedTmpdir = old;
+    char name[] = "/tmp/zu_filesystem_test_XXXXXX";
+    ASSERT_NE(mkdtemp(name), nullptr);
+    root = name + std::string("/");
     setenv("TMPDIR", root.c_str(), 1);
   }
   void TearDown() override {
-    savedTmpdir.empty() ? unsetenv("TMPDIR")
-                        : setenv("TMPDIR", savedTmpdir.c_str(), 1);
-    nftw(root.c_str(), removeEntry, 16, FTW_DEPTH | FTW_PHYS);
+    unsetenv("TMPDIR");
+    std::filesystem::current_path(previous);
+    std::error_code ignored;  // a failure must not stop the rest
+    std::filesystem::remove_all(root, ignored);
   }
   std::string at(const std::string& relative) const { return root + relative; }
-  void mkdirs(std::initializer_list<const char*> relatives) const {
-    for (const char* relative : relatives) mkdir(at(relative).c_str(), 0777);
-  }
-  void write(const std::string& relative, const std::string& content) const {
-    std::ofstream(at(relative), std::ios::binary) << content;
+  // The entries, separated by spaces, in order: "x/" a directory, "x|" a
+  // FIFO, "x>y" a symbolic link to y (below root unless it begins with "/"),
+  // anything else a regular file holding its own name.
+  void lay(const std::string& entries) const {
+    std::istringstream words(entries);
+    for (std::string entry; words >> entry;) {
+      const size_t arrow = entry.find('>');
+      const std::string name = at(entry.substr(0, arrow)), to(entry, arrow + 1);
+      if (arrow != std::string::npos) {
+        symlink((to[0] == '/' ? to : at(to)).c_str(), name.c_str());
+      } else if (entry.back() == '/') {
+        mkdir(name.c_str(), 0777);
+      } else if (entry.back() == '|') {
+        mkfifo(name.substr(0, name.size() - 1).c_str(), 0666);
+      } else {
+        std::ofstream(name) << entry;
+      }
+    }
   }
   std::string read(const std::string& relative) const {
     std::ostringstream content;
@@ -53,21 +63,24 @@ class Scratch : public ::testing::Test {
     struct stat status;
     return lstat(at(relative).c_str(), &status) == 0 ? status.st_mode : 0;
   }
-  // The same bytes for the same size, every byte value likely.
-  static std::string randomBytes(size_t size) {
-    std::mt19937 random(static_cast<unsigned>(size));
-    std::string bytes(size, '\0');
-    for (char& byte : bytes) byte = static_cast<char>(random());
-    return bytes;
+  // Every entry below root except skip and what it holds: name, mode and a
+  // regular file's content, links not followed.
+  std::set<std::string> snapshot(const std::string& skip) const {
+    std::set<std::string> entries;
+    using Walk = std::filesystem::recursive_directory_iterator;
+    for (Walk it(root); it != Walk(); ++it) {
+      const std::string path = it->path().string().substr(root.size());
+      if (path == skip) it.disable_recursion_pending();
+      const mode_t type = path == skip ? 0 : mode(path);
+      if (type != 0) {
+        entries.insert(path + " " + std::to_string(type) +
+                       (S_ISREG(type) ? read(path) : ""));
+      }
+    }
+    return entries;
   }
   std::string root;  // ends in "/"
-  std::string savedTmpdir;
-
- private:
-  static int removeEntry(const char* path, const struct stat*, int type, FTW*) {
-    type == FTW_DP ? rmdir(path) : unlink(path);
-    return 0;  // a failure must not stop the rest of the clean-up
-  }
+  std::filesystem::path previous = std::filesystem::current_path();
 };
 
 #endif  // ZU_TESTS_FILESYSTEM_SCRATCH_H

@@ -1,84 +1,109 @@
-// Unique names and temporary files with the library's counter in reach: each
-// test sets it first, so every name is known in advance, the end of the
-// numbers is one store away, and a number spent shows.
-#include <set>
+// Linked with the library's objects: the unique-name counter is in reach, so
+// every name is known in advance and the end of the numbers is one store
+// away; and the library's stat() and write() calls land in the definitions
+// below, which fail with an I/O error on any path ending in "/eio" and while
+// writes are made to fail.
+#include <fcntl.h>
+#include <sys/syscall.h>
+
+#include <atomic>
+#include <cerrno>
 #include <thread>
 
 #include "filesystem/unique_name.h"
 #include "scratch.h"
 
+extern "C" int stat(const char* path, struct stat* status) {
+  const std::string text(path);
+  if (text.size() >= 4 && text.compare(text.size() - 4, 4, "/eio") == 0) {
+    errno = EIO;
+    return -1;
+  }
+  return static_cast<int>(syscall(SYS_newfstatat, AT_FDCWD, path, status, 0));
+}
+
+namespace {
+std::atomic<bool> writesFail{false};
+}  // namespace
+
+extern "C" ssize_t write(int fd, const void* buffer, size_t count) {
+  if (writesFail && fd > 2) {
+    errno = EIO;
+    return -1;
+  }
+  return syscall(SYS_write, fd, buffer, count);
+}
+
 namespace {
 
 const std::string PID = "_" + std::to_string(getpid()) + "_";
 
-// The temporary file name number n gives, below the scratch directory.
-std::string tempName(unsigned n) {
-  return File(_getProcessFileName()).getBaseName() + PID + std::to_string(n);
-}
-
 TEST(UniqueName, FormsAndNoNumberTwiceAcrossThreads) {
   Fs::uniqueNameCounter = 0;
-  EXPECT_EQ(Fs::createUniqueName("job"), "job" + PID + "1");
-  EXPECT_EQ(Fs::createUniqueName(""), PID + "2");
   const std::string nul("a\0b", 3);  // the prefix is taken whole
-  EXPECT_EQ(Fs::createUniqueName(nul), nul + PID + "3");
-  std::vector<std::vector<std::string>> names(8);
+  EXPECT_EQ(Fs::createUniqueName(nul), nul + PID + "1");
+  // Each number once, none skipped, from eight threads at once.
+  std::vector<std::string> names(16000);
   std::vector<std::thread> threads;
-  for (auto& list : names) {
-    threads.emplace_back([&list] {
-      for (int i = 0; i < 2000; ++i) list.push_back(Fs::createUniqueName("t"));
+  for (size_t first = 0; first < names.size(); first += 2000) {
+    threads.emplace_back([&names, first] {
+      for (size_t i = first; i < first + 2000; ++i) {
+        names[i] = Fs::createUniqueName("");
+      }
     });
   }
   for (std::thread& thread : threads) thread.join();
-  std::set<std::string> all, want;
-  for (const auto& list : names) all.insert(list.begin(), list.end());
-  for (int n = 4; n < 16004; ++n) want.insert("t" + PID + std::to_string(n));
-  EXPECT_TRUE(all == want) << all.size();  // each number once, none skipped
+  std::set<std::string> all(names.begin(), names.end()), want;
+  for (int n = 2; n < 16002; ++n) want.insert(PID + std::to_string(n));
+  EXPECT_TRUE(all == want) << all.size();
   Fs::uniqueNameCounter = 4294967294u;
   EXPECT_EQ(Fs::createUniqueName("job"), "job" + PID + "4294967295");
   EXPECT_EQ(Fs::createUniqueName("job"), "");
 }
 
-using TempFile = Scratch;  // TMPDIR is the scratch directory
+using Scratched = Scratch;  // TMPDIR is the scratch directory
 
-TEST_F(TempFile, WhatStandsAtTheNameDecides) {
+TEST_F(Scratched, TempFileTakesOnlyARegularFileAndNeverBlocks) {
+  // At the names numbers 1 to 4 give: a leftover regular file (emptied), a
+  // link to a file, a dangling link and a FIFO, each a failed creation that
+  // comes back with its path and creates, writes or follows nothing.
+  const std::string base = File(_getProcessFileName()).getBaseName() + PID;
+  lay(base + "1 " + base + "2>victim " + base + "3>made " + base + "4| victim");
   Fs::uniqueNameCounter = 0;
-  write(tempName(1), "left over");  // a regular file there is emptied
-  // A planted link is not followed: as a failed creat, the composed path
-  // comes back and nothing is made or written through the link.
-  write("victim", "do not touch");
-  symlink(at("victim").c_str(), at(tempName(2)).c_str());
-  symlink(at("created").c_str(), at(tempName(3)).c_str());
   const mode_t mask = umask(022);
-  for (unsigned n = 1; n <= 4; ++n) {
-    EXPECT_EQ(Fs::createTempFile().toUniversalPath(), at(tempName(n)));
+  for (const char* n : {"1", "2", "3", "4", "5"}) {
+    EXPECT_EQ(Fs::createTempFile().toUniversalPath(), at(base + n));
   }
   umask(mask);
-  EXPECT_EQ(read(tempName(1)) + read("victim"), "do not touch");
-  EXPECT_TRUE(S_ISLNK(mode(tempName(2))) && S_ISLNK(mode(tempName(3))));
-  EXPECT_EQ(mode("created"), 0u);
-  EXPECT_EQ(mode(tempName(4)), S_IFREG | 0755u);
-  EXPECT_EQ(Fs::createTempFileName().toUniversalPath(), at(tempName(5)));
-  EXPECT_EQ(mode(tempName(5)), 0u);
-}
-
-TEST_F(TempFile, NoNameAndNoFileWithoutANumber) {
+  EXPECT_EQ(read(base + "1") + read("victim"), "victim");
+  EXPECT_TRUE(S_ISLNK(mode(base + "2")) && S_ISFIFO(mode(base + "4")));
+  EXPECT_EQ(mode("made") + mode(base + "5"), S_IFREG | 0755u);
+  EXPECT_EQ(Fs::createTempFileName().toUniversalPath(), at(base + "6"));
+  EXPECT_EQ(mode(base + "6"), 0u);
   // A missing temporary directory spends no number; after the last number
   // the counter stays put and never wraps.
-  const struct {
-    uint32_t counter;
-    const char* temporaryDirectory;
-  } rows[] = {{7, "missing"}, {4294967295u, ""}};
-  for (const auto& row : rows) {
-    Fs::uniqueNameCounter = row.counter;
-    setenv("TMPDIR", at(row.temporaryDirectory).c_str(), 1);
-    for (int i = 0; i < 2; ++i) {
-      EXPECT_EQ(_getTempFileName(), "") << row.counter;
-      EXPECT_EQ(Fs::createTempFile().toUniversalPath(), "") << row.counter;
-      EXPECT_EQ(Fs::createTempFileName().toUniversalPath(), "") << row.counter;
-    }
-    EXPECT_EQ(Fs::uniqueNameCounter.load(), row.counter);
+  for (const uint32_t counter : {7u, 4294967295u}) {
+    Fs::uniqueNameCounter = counter;
+    setenv("TMPDIR", at(counter == 7 ? "missing" : "").c_str(), 1);
+    EXPECT_EQ(_getTempFileName() + Fs::createTempFile().toUniversalPath() +
+                  Fs::createTempFileName().toUniversalPath(),
+              "");
+    EXPECT_EQ(Fs::uniqueNameCounter.load(), counter);
   }
+}
+
+// A listing that can't tell whether an entry is there makes the tree copy
+// fail, where a missing entry (a dangling link) is left out; so does a write
+// that fails.
+TEST_F(Scratched, IoErrorsFailTheCopy) {
+  lay("s/ s/ok s/gone>none");
+  EXPECT_TRUE(Fs::copy(Directory(at("s")), Directory(at("c")), true));
+  writesFail = true;
+  const bool written = Fs::copy(File(at("s/ok")), Directory(at("c")), true);
+  writesFail = false;
+  lay("s/eio");
+  EXPECT_FALSE(written ||
+               Fs::copy(Directory(at("s")), Directory(at("c")), true));
 }
 
 }  // namespace

@@ -14,32 +14,25 @@ namespace zutest {
 // taken up to their first NUL, as the matcher sees them.
 inline int matchModel(const std::string& patternBytes,
                       const std::string& textBytes) {
-  const std::string pattern(patternBytes.c_str());
-  const std::string text(textBytes.c_str());
-  const size_t m = pattern.size();
+  const std::string pattern(patternBytes.c_str()), text(textBytes.c_str());
   const size_t n = text.size();
-  // next[j]: does pattern[i+1..] match text[j..]; row[j]: pattern[i..].
+  // next[j]: does pattern[i+1..] match text[j..]; row[j]: pattern[i..]. The
+  // empty pattern matches only the empty text.
   std::vector<char> next(n + 1, 0), row(n + 1, 0);
-  next[n] = 1;  // the empty pattern matches only the empty text
-  for (size_t i = m; i-- > 0;) {
-    const char p = pattern[i];
+  next[n] = 1;
+  for (size_t i = pattern.size(); i-- > 0;) {
+    const int p = pattern[i];
     for (size_t j = n + 1; j-- > 0;) {
-      const bool textLeft = j < n;
-      if (p == '*') {
-        // '*' stands for nothing, or takes one byte and stays.
-        row[j] = next[j] || (textLeft && row[j + 1]);
-      } else if (p == '?') {
-        row[j] = textLeft && next[j + 1];
-      } else {
-        row[j] = textLeft &&
-                 toupper(static_cast<int>(p)) ==
-                     toupper(static_cast<int>(text[j])) &&
-                 next[j + 1];
-      }
+      const bool left = j < n;
+      // '*' stands for nothing, or takes one byte and stays.
+      row[j] = p == '*' ? next[j] || (left && row[j + 1])
+               : p == '?'
+                   ? left && next[j + 1]
+                   : left && toupper(p) == toupper(text[j]) && next[j + 1];
     }
     next.swap(row);
   }
-  return next[0] ? 1 : 0;
+  return next[0];
 }
 
 }  // namespace zutest

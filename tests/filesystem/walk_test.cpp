@@ -1,0 +1,150 @@
+// The tree walks (remove, copy, glob), also on trees laid out to lead them
+// astray.
+#include <fcntl.h>
+#include <limits.h>
+
+#include <algorithm>
+
+#include "scratch.h"
+
+namespace {
+
+using Walks = Scratch;
+
+TEST_F(Walks, RemoveAndGlobActOnlyOnRealEntriesOfTheTree) {
+  // Names that a path turns into "..", "." or a sibling, since a backslash
+  // becomes a separator: as directories in t/ (each holding a file), as
+  // files in t/f/.
+  lay("keep p/ p/keep p/x/ p/x/keep p/y/ p/y/keep p/t/ p/t/f/ p/t/x p/t/y");
+  for (const std::string name :
+       {"..\\..", "..\\x", "x\\..", "\\", ".\\..\\y"}) {
+    lay("p/t/" + name + "/ p/t/" + name + "/in p/t/f/" + name);
+  }
+  std::vector<File> files = Fs::glob(Directory(at("p/t")), "*", true);
+  std::sort(files.begin(), files.end());
+  ASSERT_EQ(files.size(), 2u);
+  EXPECT_EQ(files[0].getName() + files[1].getName(), "xy");
+  const auto everything = snapshot("c");
+  EXPECT_FALSE(Fs::copy(Directory(at("p/t")), Directory(at("c")), true));
+  EXPECT_EQ(snapshot("c"), everything);  // nothing written outside c
+  const auto outside = snapshot("p/t");
+  EXPECT_FALSE(Fs::remove(Directory(at("p/t"))));
+  EXPECT_EQ(snapshot("p/t"), outside);
+  // Without the hostile names all goes; links, also one up and out of the
+  // tree, go as links.
+  for (const std::string name :
+       {"..\\..", "..\\x", "x\\..", "\\", ".\\..\\y"}) {
+    std::filesystem::remove_all(at("p/t/" + name));
+    std::filesystem::remove(at("p/t/f/" + name));
+  }
+  lay("p/t/f/out>p p/t/in>p/t/f");
+  EXPECT_TRUE(Fs::remove(Directory(at("p/t"))));
+  EXPECT_EQ(snapshot("p/t"), outside);
+}
+
+TEST_F(Walks, GlobIsDepthFirstOverRegularFilesWithoutCycles) {
+  // One subdirectory and one regular file per level, so the listing order
+  // can't blur the walk's own order. Hidden names need no dot; a FIFO and a
+  // dangling link are never a match; the link back up is not followed round,
+  // but started below it the walk goes up once and stops at the start.
+  lay("d/ d/.sub/ d/.sub/deep/ d/.top d/.sub/Mid.txt d/.sub/deep/low.txt "
+      "d/pipe.txt| d/dangling.txt>none d/.sub/deep/up>d");
+  const char* const rows[][4] = {
+      {"d", "*", "1", "d/.sub/deep/low.txt d/.sub/Mid.txt d/.top "},
+      {"d", "*.txt", "1", "d/.sub/deep/low.txt d/.sub/Mid.txt "},
+      {"d", "*", "0", "d/.top "},
+      {"d", "", "1", ""},
+      {"missing", "*", "1", ""},
+      {"d/.sub", "*", "1",
+       "d/.sub/deep/up/.top d/.sub/deep/low.txt d/.sub/Mid.txt "}};
+  for (const auto& row : rows) {
+    std::vector<File> found = {File(root + "kept")};  // only appended to
+    Fs::glob(Directory(at(row[0])), row[1], row[2][0] == '1', found);
+    std::string text;
+    for (const File& file : found) {
+      text += file.toUniversalPath().substr(root.size()) + " ";
+    }
+    EXPECT_EQ(text, std::string("kept ") + row[3]) << row[0] << ' ' << row[1];
+  }
+}
+
+TEST_F(Walks, CopyMergesStopsAtTheFirstFailureAndNeverLoops) {
+  // FIFOs and dangling links are in neither listing; links back up the tree
+  // are not entered again.
+  lay("s/ s/a/ s/a/b/ s/e/ s/top s/a/f s/a/b/low t/ t/a/ t/a/theirs out/ c1/ "
+      "c2/ c2/a/ p/ p/a/ p/a/a/ p/a/a/f s/pipe| s/dangling>none s/a/up>s "
+      "s/a/c>s/a/b s/a/b/loop>s/a c1/a>out c2/a/f>out/f");
+  EXPECT_EQ(Fs::glob(Directory(at("s")), "low", true).size(), 2u);
+  EXPECT_FALSE(Fs::copy(Directory(at("s")), Directory(at("s/top/x")), true));
+  EXPECT_TRUE(Fs::copy(Directory(at("s")), Directory(at("x/y")), false));
+  // A second way into a directory that is no cycle is copied again.
+  EXPECT_EQ(read("x/y/top") + read("x/y/a/f") + read("x/y/a/b/low") +
+                read("x/y/a/c/low"),
+            "s/tops/a/fs/a/b/lows/a/b/low");
+  EXPECT_EQ(S_ISDIR(mode("x/y/e")) + mode("x/y/pipe") + mode("x/y/dangling") +
+                mode("x/y/a/up") + mode("x/y/a/b/loop"),
+            1u);
+  // Onto a tree that holds a file already: without overwrite the walk stops
+  // there and "top" is not started; with it, the trees merge.
+  lay("t/a/f");
+  EXPECT_FALSE(Fs::copy(Directory(at("s")), Directory(at("t")), false));
+  EXPECT_EQ(read("t/a/f") + read("t/top"), "t/a/f");
+  EXPECT_TRUE(Fs::copy(Directory(at("s")), Directory(at("t")), true));
+  EXPECT_EQ(read("t/a/f") + read("t/a/theirs") + read("t/top"),
+            "s/a/ft/a/theirss/top");
+  // Links planted in a target tree, at a subdirectory's and a file's name.
+  for (const char* target : {"c1", "c2"}) {
+    EXPECT_FALSE(Fs::copy(Directory(at("s")), Directory(at(target)), true));
+  }
+  EXPECT_EQ(mode("out/f"), 0u);
+  // Into its own subtree, twice: the second run finds the first one's output
+  // in the listing and passes it over.
+  for (int run = 0; run < 2; ++run) {
+    EXPECT_TRUE(Fs::copy(Directory(at("s")), Directory(at("s/e/out")), true));
+    EXPECT_EQ(read("s/e/out/a/b/low") + std::to_string(mode("s/e/out/e/out")),
+              "s/a/b/low0");
+  }
+  // Onto its own parent: the subdirectory step writes p/a/f, which the
+  // level's files, listed after it, then take.
+  EXPECT_TRUE(Fs::copy(Directory(at("p/a")), Directory(at("p")), true));
+  EXPECT_EQ(read("p/f"), "p/a/a/f");
+}
+
+TEST_F(Walks, TakeOnlyWhatTheListingsReach) {
+  // At the bottom of a chain of directories close to the path-length limit,
+  // a name that takes the full path past it is in no listing: the walks pass
+  // it by as the listings do, and that is no failure.
+  std::string deep = "t/";
+  while (at(deep).size() < PATH_MAX - 200) deep += std::string(99, 'd') + "/";
+  std::filesystem::create_directories(at(deep));
+  lay(deep + "f");
+  const int bottom = open(at(deep).c_str(), O_RDONLY | O_DIRECTORY);
+  const std::string name(250, 'x');
+  close(openat(bottom, name.c_str(), O_CREAT | O_WRONLY, 0600));
+  EXPECT_EQ(Fs::glob(Directory(at("t")), "*", true).size(), 1u);
+  EXPECT_TRUE(Fs::copy(Directory(at("t")), Directory(at("c")), true));
+  unlinkat(bottom, name.c_str(), 0);  // beyond what a clean-up by path reaches
+  close(bottom);
+}
+
+TEST_F(Walks, APathHoldingNulNamesNothing) {
+  lay("d/ d/f");
+  const std::string cut("\0x", 2);
+  const Directory directory(at("d") + cut);
+  const File file(at("d/f") + cut);
+  EXPECT_EQ(file.getName(), "f" + cut);  // an ordinary byte to the text
+  EXPECT_FALSE(file.exists() || directory.exists() || directory.hasFile("f"));
+  long time = 0;
+  EXPECT_FALSE(Fs::getLastModifiedTime(file, &time) ||
+               Fs::changeCurrentDirectory(directory) || time != 0);
+  EXPECT_FALSE(Fs::remove(file) || Fs::rename(file, "g") ||
+               Fs::copy(file, Directory(at("d")), true) ||
+               Fs::copy(directory, Directory(at("c")), true) ||
+               Fs::remove(directory) || Fs::create(File(at("new") + cut)) ||
+               Fs::create(Directory(at("new") + cut)));
+  EXPECT_TRUE(directory.files().empty() && directory.directories().empty() &&
+              Fs::glob(directory, "*", true).empty());
+  EXPECT_EQ(read("d/f") + std::to_string(mode("new") | mode("c")), "d/f0");
+}
+
+}  // namespace
