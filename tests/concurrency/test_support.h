@@ -5,11 +5,13 @@
 
 #include <ZuPlatform/concurrency.h>
 #include <gtest/gtest.h>
+#include <pthread.h>
+#ifdef __SANITIZE_ADDRESS__
+#include <sanitizer/asan_interface.h>
+#endif
 
-#include <algorithm>
 #include <atomic>
 #include <chrono>
-#include <cstring>
 #include <functional>
 #include <memory>
 #include <mutex>
@@ -23,14 +25,13 @@ namespace zutest {
 using namespace std::chrono_literals;
 using namespace ZuPlatform;
 
-// True once predicate holds; false if it still fails after ten seconds.
-template <typename Predicate>
-bool waitUntil(Predicate predicate) {
-  for (int poll = 0; poll < 50000 && !predicate(); ++poll)
+// True once done() holds; false if it still fails after ten seconds.
+template <typename Done>
+bool waitUntil(Done done) {
+  for (int poll = 0; poll < 50000 && !done(); ++poll)
     std::this_thread::sleep_for(200us);
-  return predicate();
+  return done();
 }
-// Gates that threads under test block on until the test sets them, and flags.
 inline bool waitUntil(const std::atomic<bool>& flag) {
   return waitUntil([&] { return flag.load(); });
 }
@@ -38,6 +39,17 @@ inline bool waitUntil(const std::atomic<bool>& flag) {
 // Gives a blocked thread time to do something wrong: a check made after this
 // can only catch a fault, never fail on a correct build.
 inline void settle() { std::this_thread::sleep_for(20ms); }
+
+// Ends the calling thread from inside a callback by cancelling it. The C
+// library's unwind of a cancelled thread is invisible to AddressSanitizer,
+// which is told first, as the compiler does before a call that never returns.
+inline void cancelSelf() {
+  pthread_cancel(pthread_self());
+#ifdef __SANITIZE_ADDRESS__
+  __asan_handle_no_return();
+#endif
+  pthread_testcancel();
+}
 
 // Runs body on a thread of its own, joined on destruction. blocked(): still
 // running after being given time to return.
@@ -83,35 +95,30 @@ struct ScriptedStepper : StepperThread {
   }
 };
 
-// What happened to logged units, in order: "p<id> " or "a<id> ". Read it once
-// the threads that write it are done.
-struct EventLog {
-  std::mutex mutex;
-  std::string text;
-};
-
 // Counts how its adds ended, after running onProcess or onAbort (which may
-// throw), and notes each end in log if it has one. Clear mayFinish to hold
-// process back until it is set again.
+// throw or end the thread), and notes each end in log as "p<id> " or
+// "a<id> ". Clear mayFinish to hold process back until it is set again.
 struct CountingUnit : ThreadPool::WorkUnit {
-  explicit CountingUnit(EventLog* log = nullptr, int id = 0)
-      : log(log), id(id) {}
-  void process() override { end(onProcess, processes, 'p'); }
+  explicit CountingUnit(int id = 0, std::string* log = nullptr)
+      : id(id), log(log) {}
+  void process() override {
+    entered = true, waitUntil(mayFinish);
+    end(onProcess, processes, 'p');
+  }
   void abort() override { end(onAbort, aborts, 'a'); }
   void end(const std::function<void()>& hook, std::atomic<int>& n, char what) {
-    if (what == 'p') entered = true, waitUntil(mayFinish);
     if (hook) hook();
     n.fetch_add(1);
-    if (!log) return;
-    std::lock_guard<std::mutex> lock(log->mutex);
-    log->text += what + std::to_string(id) + " ";
+    static std::mutex logMutex;
+    std::lock_guard<std::mutex> lock(logMutex);
+    if (log) *log += what + std::to_string(id) + " ";
   }
 
   std::function<void()> onProcess, onAbort;  // set before the add
   std::atomic<bool> entered{false}, mayFinish{true};
   std::atomic<int> processes{0}, aborts{0};
-  EventLog* log;
   int id;
+  std::string* log;
 };
 
 }  // namespace zutest
