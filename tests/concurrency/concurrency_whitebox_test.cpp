@@ -14,14 +14,19 @@ static std::atomic<int> creationsAllowed{0}, gateHeld{0};
 static std::atomic<bool> workerMayLetGo{false};
 static thread_local bool failAllocations = false;
 
-// Every allocation of this program; fails while the thread says so.
-void* operator new(std::size_t size) {
+// Every allocation of this program; fails while the thread says so. Out of
+// line, so that the compiler pairs no new expression with free.
+[[gnu::noinline]] void* operator new(std::size_t size) {
   void* block = failAllocations ? nullptr : std::malloc(size ? size : 1);
   if (block == nullptr) throw std::bad_alloc();
   return block;
 }
-void operator delete(void* block) noexcept { std::free(block); }
-void operator delete(void* block, std::size_t) noexcept { std::free(block); }
+[[gnu::noinline]] void operator delete(void* block) noexcept {
+  std::free(block);
+}
+[[gnu::noinline]] void operator delete(void* block, std::size_t) noexcept {
+  std::free(block);
+}
 
 TEST(SleepRule, BoundaryLiesBetween1000And1001Milliseconds) {
   // Milliseconds, then sleep(argument) or else usleep(argument).

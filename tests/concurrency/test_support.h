@@ -1,7 +1,6 @@
 // Shared by the concurrency tests: bounded waits on observable results (never
 // a bare sleep for correctness), a scriptable stepper and a counting unit.
-#ifndef ZUPLATFORM_TESTS_CONCURRENCY_TEST_SUPPORT_H
-#define ZUPLATFORM_TESTS_CONCURRENCY_TEST_SUPPORT_H
+#pragma once
 
 #include <ZuPlatform/concurrency.h>
 #include <gtest/gtest.h>
@@ -13,12 +12,10 @@
 #include <atomic>
 #include <chrono>
 #include <functional>
-#include <memory>
 #include <mutex>
 #include <stdexcept>
 #include <string>
 #include <thread>
-#include <vector>
 
 namespace zutest {
 
@@ -64,18 +61,7 @@ struct Background {
   std::thread thread;  // after finished, which it uses
 };
 
-// The owner locks twice; another thread gets in only after both unlocks.
-template <typename Lock>
-void expectRecursive(Lock& lock) {
-  ASSERT_EQ(lock.lock() + lock.lock(), 0);
-  Background other([&] { lock.lock(), lock.unlock(); });
-  lock.unlock();
-  EXPECT_TRUE(other.blocked()) << "one unlock freed a lock taken twice";
-  lock.unlock();
-  EXPECT_TRUE(other.ends());
-}
-
-// Steps through body (go on, by default) and counts the steps and the changes
+// Steps through body (go on, by default), counting the steps and the changes
 // of the thread that runs them. Change body only while stopped.
 struct ScriptedStepper : StepperThread {
   std::function<bool(int)> body;
@@ -101,12 +87,10 @@ struct ScriptedStepper : StepperThread {
 struct CountingUnit : ThreadPool::WorkUnit {
   explicit CountingUnit(int id = 0, std::string* log = nullptr)
       : id(id), log(log) {}
-  void process() override {
-    entered = true, waitUntil(mayFinish);
-    end(onProcess, processes, 'p');
-  }
+  void process() override { end(onProcess, processes, 'p'); }
   void abort() override { end(onAbort, aborts, 'a'); }
   void end(const std::function<void()>& hook, std::atomic<int>& n, char what) {
+    if (what == 'p') entered = true, waitUntil(mayFinish);
     if (hook) hook();
     n.fetch_add(1);
     static std::mutex logMutex;
@@ -122,5 +106,3 @@ struct CountingUnit : ThreadPool::WorkUnit {
 };
 
 }  // namespace zutest
-
-#endif  // ZUPLATFORM_TESTS_CONCURRENCY_TEST_SUPPORT_H

@@ -1,3 +1,5 @@
+#include <memory>
+
 #include "concurrency/test_support.h"
 
 using namespace zutest;
@@ -21,9 +23,7 @@ TEST(ThreadPoolOrder, QueuedUnitsRunOrAreAbortedInQueueOrder) {
     auto pool = std::make_unique<ThreadPool>(row.threads);
     pool->add(&first);  // keeps the others queued behind it
     ASSERT_TRUE(waitUntil([&] { return !row.threads || first.entered; }));
-    pool->add({&one, &two});
-    pool->add(nullptr);
-    pool->add(&three);
+    pool->add({&one, &two}), pool->add(nullptr), pool->add(&three);
     Background waiter([&] { three.wait(); });
     EXPECT_TRUE(waiter.blocked()) << "a unit went idle before its turn";
     if (row.drain) first.mayFinish = true, three.wait();
@@ -36,35 +36,14 @@ TEST(ThreadPoolOrder, QueuedUnitsRunOrAreAbortedInQueueOrder) {
   }
 }
 
-TEST(ThreadPoolUnits, ReAddingARunningUnitWaitsForItsRunToEnd) {
-  CountingUnit unit;
-  unit.mayFinish = false;
-  ThreadPool pool(2);
-  pool.add(&unit);
-  ASSERT_TRUE(waitUntil(unit.entered));
-  Background adder([&] { pool.add(&unit); });
-  EXPECT_TRUE(adder.blocked()) << "add of a running unit did not wait";
-  unit.mayFinish = true;
-  EXPECT_TRUE(adder.ends());
-  unit.wait();  // for the second run
-  EXPECT_EQ(unit.processes, 2);
-}
-
-// Producers add the same units again and again, singly and in batches; half
-// of the units add a fresh follow-up unit from process; the pool is destroyed
-// while work is still queued and running. Every add ends in exactly one
-// process or one abort.
+// Producers add the same units again and again, singly and in batches, and
+// the pool is destroyed while work is still queued and running. Each add ends
+// in exactly one process or one abort.
 TEST(ThreadPoolShutdown, EveryAddEndsInExactlyOneProcessOrAbort) {
   constexpr int PRODUCERS = 4, PER_PRODUCER = 16, ROUNDS = 40;
   for (int trial = 0; trial < 5; ++trial) {
-    // Each spare is added once, so an add from process never waits.
-    std::vector<CountingUnit> units(PRODUCERS * PER_PRODUCER),
-        spares(units.size() / 2 * ROUNDS);
-    std::atomic<int> adds{0}, nextSpare{0};
+    std::vector<CountingUnit> units(PRODUCERS * PER_PRODUCER);
     auto pool = std::make_unique<ThreadPool>(3);
-    ThreadPool* const shared = pool.get();  // reset() clears pool first
-    for (size_t i = 0; i < units.size(); i += 2)
-      units[i].onProcess = [&] { ++adds, shared->add(&spares[nextSpare++]); };
     std::vector<std::thread> producers;
     for (int p = 0; p < PRODUCERS; ++p)
       producers.emplace_back([&, p] {
@@ -72,25 +51,22 @@ TEST(ThreadPoolShutdown, EveryAddEndsInExactlyOneProcessOrAbort) {
         for (int u = 0; u < PER_PRODUCER; ++u)
           batch.push_back(&units[p * PER_PRODUCER + u]);
         for (int round = 0; round < ROUNDS; ++round) {
-          adds += PER_PRODUCER;
-          if (round % 2) shared->add(batch);
-          for (auto* unit : batch) round % 2 ? void() : shared->add(unit);
+          if (round % 2) pool->add(batch);
+          for (auto* unit : batch) round % 2 ? void() : pool->add(unit);
         }
       });
     for (auto& producer : producers) producer.join();
-    pool.reset();  // while units still run and add their follow-ups
-    int ended = PRODUCERS * PER_PRODUCER * ROUNDS;  // as checked below
-    for (auto& unit : spares) ended += unit.processes + unit.aborts;
-    EXPECT_EQ(ended, adds) << "trial " << trial;
-    for (auto& unit : units) EXPECT_EQ(unit.processes + unit.aborts, ROUNDS);
+    pool.reset();
+    for (auto& unit : units)
+      ASSERT_EQ(unit.processes + unit.aborts, ROUNDS) << "trial " << trial;
   }
 }
 
 // While the pool goes, an abort that adds puts its unit behind the queued
-// ones, and the drain aborts it too; once the drain is over, adds from a
-// running unit, singly or in a batch, are aborted on the spot and leave the
-// queue lock free, so another thread's add still gets through. The destructor
-// waits for the running unit, which makes that add safe.
+// ones, and the drain aborts it too. Once the drain is over, adds from a
+// running unit, in a batch or singly, are aborted on the spot and leave the
+// queue lock free for another thread: the destructor waits for the running
+// unit, so that thread's add is safe.
 TEST(ThreadPoolShutdown, AddsDuringShutdownEndInAbort) {
   std::string log;
   CountingUnit running(0, &log), queued(1, &log), fromAbort(2, &log),
@@ -105,8 +81,7 @@ TEST(ThreadPoolShutdown, AddsDuringShutdownEndInAbort) {
   };
   pool->add(&running);
   ASSERT_TRUE(waitUntil(running.entered));
-  pool->add(&queued);
-  pool.reset();
+  pool->add(&queued), pool.reset();
   EXPECT_EQ(log, "a1 a2 a3 a4 a5 p0 ");
 }
 
@@ -132,7 +107,6 @@ TEST(ThreadPoolFailures, UnitsThatThrowOrEndTheirThreadBecomeIdle) {
       {cancelSelf, 1, 0, ""},
   };
   for (const auto& row : rows) {
-    SCOPED_TRACE(&row - rows);
     CountingUnit failing, after;
     (row.threads ? failing.onProcess : failing.onAbort) = row.fail;
     testing::internal::CaptureStderr();
@@ -145,6 +119,7 @@ TEST(ThreadPoolFailures, UnitsThatThrowOrEndTheirThreadBecomeIdle) {
     }
     failing.wait();
     EXPECT_EQ(testing::internal::GetCapturedStderr(), row.stderrText);
-    EXPECT_EQ(row.threadsLeft ? after.processes : after.aborts, 1);
+    EXPECT_EQ(row.threadsLeft ? after.processes : after.aborts, 1)
+        << &row - rows;
   }
 }
