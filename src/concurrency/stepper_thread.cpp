@@ -19,7 +19,6 @@
 namespace ZuPlatform {
 
 namespace detail {
-std::atomic<PauseGateHook> pauseGateHook{nullptr};
 std::atomic<WorkerEndHook> workerEndHook{nullptr};
 }  // namespace detail
 
@@ -142,8 +141,6 @@ void StepperThread::pause(bool paused) {
   }
   if (holdsPause() || getThreadState() != STATE_RUNNING) return;
   gateMutex.lock();
-  auto hook = detail::pauseGateHook.load(std::memory_order_relaxed);
-  if (hook != nullptr) hook();
   stepMutex.lock();
   // The worker may have ended while we waited; then there is nothing to
   // pause, and keeping stepMutex would only block the next worker.

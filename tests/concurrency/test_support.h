@@ -4,13 +4,8 @@
 
 #include <ZuPlatform/concurrency.h>
 #include <gtest/gtest.h>
-#include <pthread.h>
-#ifdef __SANITIZE_ADDRESS__
-#include <sanitizer/asan_interface.h>
-#endif
 
 #include <atomic>
-#include <chrono>
 #include <functional>
 #include <mutex>
 #include <stdexcept>
@@ -19,14 +14,13 @@
 
 namespace zutest {
 
-using namespace std::chrono_literals;
 using namespace ZuPlatform;
 
 // True once done() holds; false if it still fails after ten seconds.
 template <typename Done>
 bool waitUntil(Done done) {
   for (int poll = 0; poll < 50000 && !done(); ++poll)
-    std::this_thread::sleep_for(200us);
+    std::this_thread::sleep_for(std::chrono::microseconds(200));
   return done();
 }
 inline bool waitUntil(const std::atomic<bool>& flag) {
@@ -35,17 +29,8 @@ inline bool waitUntil(const std::atomic<bool>& flag) {
 
 // Gives a blocked thread time to do something wrong: a check made after this
 // can only catch a fault, never fail on a correct build.
-inline void settle() { std::this_thread::sleep_for(20ms); }
-
-// Ends the calling thread from inside a callback by cancelling it. The C
-// library's unwind of a cancelled thread is invisible to AddressSanitizer,
-// which is told first, as the compiler does before a call that never returns.
-inline void cancelSelf() {
-  pthread_cancel(pthread_self());
-#ifdef __SANITIZE_ADDRESS__
-  __asan_handle_no_return();
-#endif
-  pthread_testcancel();
+inline void settle() {
+  std::this_thread::sleep_for(std::chrono::milliseconds(20));
 }
 
 // Runs body on a thread of its own, joined on destruction. blocked(): still
@@ -61,17 +46,15 @@ struct Background {
   std::thread thread;  // after finished, which it uses
 };
 
-// Steps through body (go on, by default), counting the steps and the changes
-// of the thread that runs them. Change body only while stopped.
+// Steps through body (go on, by default) and counts the steps. Change body
+// only while stopped.
 struct ScriptedStepper : StepperThread {
   std::function<bool(int)> body;
-  std::atomic<int> steps{0}, workers{0};
-  std::atomic<Zu::ZuThreadID> lastWorker{0};
+  std::atomic<int> steps{0};
 
   bool step() override {
-    workers += lastWorker.exchange(Zu::ZuThreadGetID()) != Zu::ZuThreadGetID();
-    const int index = steps.fetch_add(1);
-    return body ? body(index) : true;
+    const int index = steps++;
+    return !body || body(index);
   }
   // Two more steps come; given false, none does in the time a worker has.
   bool stepsAdvance(bool advance = true) {

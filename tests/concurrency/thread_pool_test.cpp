@@ -9,30 +9,26 @@ using namespace zutest;
 // and returns once that one has finished by process. Without threads every
 // unit waits in the queue until then.
 TEST(ThreadPoolOrder, QueuedUnitsRunOrAreAbortedInQueueOrder) {
-  const struct {
-    unsigned int threads;
-    bool drain;  // before the pool goes
-    const char* events;
-  } rows[] = {{1, true, "p0 p1 p2 p3 "},
-              {1, false, "a1 a2 a3 p0 "},
-              {0, false, "a0 a1 a2 a3 "}};
-  for (const auto& row : rows) {
+  const std::tuple<unsigned int, bool, const char*> rows[] = {
+      {1, true, "p0 p1 p2 p3 "},  // with the units run before the pool goes
+      {1, false, "a1 a2 a3 p0 "},
+      {0, false, "a0 a1 a2 a3 "}};
+  for (auto [threads, drain, events] : rows) {
     std::string log;
     CountingUnit first(0, &log), one(1, &log), two(2, &log), three(3, &log);
     first.mayFinish = false;
-    auto pool = std::make_unique<ThreadPool>(row.threads);
+    auto pool = std::make_unique<ThreadPool>(threads);
     pool->add(&first);  // keeps the others queued behind it
-    ASSERT_TRUE(waitUntil([&] { return !row.threads || first.entered; }));
+    ASSERT_TRUE(waitUntil([&] { return !threads || first.entered; }));
     pool->add({&one, &two}), pool->add(nullptr), pool->add(&three);
     Background waiter([&] { three.wait(); });
     EXPECT_TRUE(waiter.blocked()) << "a unit went idle before its turn";
-    if (row.drain) first.mayFinish = true, three.wait();
+    if (drain) first.mayFinish = true, three.wait();
     Background destroyer([&] { pool.reset(); });
-    EXPECT_TRUE(waiter.ends());
-    EXPECT_TRUE(row.drain || !row.threads || destroyer.blocked());
+    EXPECT_TRUE(waiter.ends() && (drain || !threads || destroyer.blocked()));
     first.mayFinish = true;
     EXPECT_TRUE(destroyer.ends());
-    EXPECT_EQ(log, row.events) << row.threads << row.drain;
+    EXPECT_EQ(log, events) << threads << drain;
   }
 }
 
@@ -40,25 +36,22 @@ TEST(ThreadPoolOrder, QueuedUnitsRunOrAreAbortedInQueueOrder) {
 // the pool is destroyed while work is still queued and running. Each add ends
 // in exactly one process or one abort.
 TEST(ThreadPoolShutdown, EveryAddEndsInExactlyOneProcessOrAbort) {
-  constexpr int PRODUCERS = 4, PER_PRODUCER = 16, ROUNDS = 40;
   for (int trial = 0; trial < 5; ++trial) {
-    std::vector<CountingUnit> units(PRODUCERS * PER_PRODUCER);
+    std::vector<CountingUnit> units(64);
     auto pool = std::make_unique<ThreadPool>(3);
     std::vector<std::thread> producers;
-    for (int p = 0; p < PRODUCERS; ++p)
+    for (int p = 0; p < 4; ++p)
       producers.emplace_back([&, p] {
         std::vector<ThreadPool::WorkUnit*> batch;
-        for (int u = 0; u < PER_PRODUCER; ++u)
-          batch.push_back(&units[p * PER_PRODUCER + u]);
-        for (int round = 0; round < ROUNDS; ++round) {
+        for (int u = 0; u < 16; ++u) batch.push_back(&units[p * 16 + u]);
+        for (int round = 0; round < 40; ++round) {
           if (round % 2) pool->add(batch);
           for (auto* unit : batch) round % 2 ? void() : pool->add(unit);
         }
       });
     for (auto& producer : producers) producer.join();
     pool.reset();
-    for (auto& unit : units)
-      ASSERT_EQ(unit.processes + unit.aborts, ROUNDS) << "trial " << trial;
+    for (auto& unit : units) ASSERT_EQ(unit.processes + unit.aborts, 40);
   }
 }
 
@@ -90,36 +83,30 @@ TEST(ThreadPoolShutdown, AddsDuringShutdownEndInAbort) {
 // inside process is let go without a word: its unit becomes idle, the other
 // threads serve on, and the destructor does not wait for the one that is gone.
 TEST(ThreadPoolFailures, UnitsThatThrowOrEndTheirThreadBecomeIdle) {
-  const struct {
-    void (*fail)();
-    unsigned int threads, threadsLeft;
-    const char* stderrText;
-  } rows[] = {
-      {[] { throw std::runtime_error("no route"); }, 1, 1,
-       "ThreadPool exception thrown in process: no route\n"},
-      {[] { throw 3; }, 1, 1,
-       "ThreadPool unknown exception thrown in process\n"},
-      {[] { throw std::logic_error("bad state"); }, 0, 0,
-       "ThreadPool exception thrown in abort: bad state\n"},
-      {[] { throw "text"; }, 0, 0,
-       "ThreadPool unknown exception thrown in abort\n"},
-      {Zu::ZuThreadExit, 2, 1, ""},
-      {cancelSelf, 1, 0, ""},
-  };
-  for (const auto& row : rows) {
+  const std::tuple<void (*)(), unsigned int, unsigned int, const char*> rows[] =
+      {{[] { throw std::runtime_error("no route"); }, 1, 1,
+        "ThreadPool exception thrown in process: no route\n"},
+       {[] { throw 3; }, 1, 1,
+        "ThreadPool unknown exception thrown in process\n"},
+       {[] { throw std::logic_error("bad state"); }, 0, 0,
+        "ThreadPool exception thrown in abort: bad state\n"},
+       {[] { throw "text"; }, 0, 0,
+        "ThreadPool unknown exception thrown in abort\n"},
+       {Zu::ZuThreadExit, 2, 1, ""},
+       {Zu::ZuThreadExit, 1, 0, ""}};  // the pool's last thread
+  for (auto [fail, threads, threadsLeft, stderrText] : rows) {
     CountingUnit failing, after;
-    (row.threads ? failing.onProcess : failing.onAbort) = row.fail;
+    (threads ? failing.onProcess : failing.onAbort) = fail;
     testing::internal::CaptureStderr();
     {
-      ThreadPool pool(row.threads);
+      ThreadPool pool(threads);
       pool.add(&failing);
-      if (row.threads) failing.wait();
+      if (threads) failing.wait();
       pool.add(&after);
-      if (row.threadsLeft) after.wait();
+      if (threadsLeft) after.wait();
     }
     failing.wait();
-    EXPECT_EQ(testing::internal::GetCapturedStderr(), row.stderrText);
-    EXPECT_EQ(row.threadsLeft ? after.processes : after.aborts, 1)
-        << &row - rows;
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), stderrText);
+    EXPECT_EQ(threadsLeft ? after.processes : after.aborts, 1) << threads;
   }
 }
