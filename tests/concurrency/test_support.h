@@ -51,6 +51,9 @@ struct Background {
 struct ScriptedStepper : StepperThread {
   std::function<bool(int)> body;
   std::atomic<int> steps{0};
+  static inline std::atomic<int> stateAtEnd{-1};  // of the last one deleted
+
+  ~ScriptedStepper() override { stateAtEnd = getThreadState(); }
 
   bool step() override {
     const int index = steps++;

@@ -27,8 +27,7 @@ TEST(ThreadPoolOrder, QueuedUnitsRunOrAreAbortedInQueueOrder) {
     Background destroyer([&] { pool.reset(); });
     EXPECT_TRUE(waiter.ends() && (drain || !threads || destroyer.blocked()));
     first.mayFinish = true;
-    EXPECT_TRUE(destroyer.ends());
-    EXPECT_EQ(log, events) << threads << drain;
+    EXPECT_TRUE(destroyer.ends() && log == events) << threads << drain << log;
   }
 }
 
@@ -96,10 +95,8 @@ TEST(ThreadPoolFailures, UnitsThatThrowOrEndTheirThreadBecomeIdle) {
     testing::internal::CaptureStderr();
     {
       ThreadPool pool(threads);
-      pool.add(&failing);
-      if (threads) failing.wait();
-      pool.add(&after);
-      if (threadsLeft) after.wait();
+      pool.add(&failing), threads ? failing.wait() : void();
+      pool.add(&after), threadsLeft ? after.wait() : void();
     }
     failing.wait();
     EXPECT_EQ(testing::internal::GetCapturedStderr(), stderrText);
