@@ -21,21 +21,21 @@ static thread_local bool failAllocations = false;
 [[gnu::noinline]] void operator delete(void* p) noexcept { std::free(p); }
 [[gnu::noinline]] void operator delete(void* p, size_t) noexcept { free(p); }
 
-// The pool runs on the threads that started, says nothing, and its destructor
-// never waits for one that did not; a stepper whose worker cannot start stays
-// stopped.
-TEST(ThreadCreationFailure, PoolAndStepperCarryOn) {
+// What the platform refuses, the library lives with: the pool runs on the
+// threads that started, says nothing, and its destructor never waits for one
+// that did not; a stepper whose worker cannot start stays stopped; a
+// semaphore whose count cannot be set reports each use and never blocks.
+TEST(PlatformRefusals, PoolStepperAndSemaphoreCarryOn) {
   threadCreateFilter = [] { return creationsAllowed.fetch_sub(1) > 0; };
+  testing::internal::CaptureStderr();
   for (auto [asked, allowed] : {std::pair{4u, 2}, {3u, 0}}) {
     creationsAllowed = allowed;
     CountingUnit units[8];
-    testing::internal::CaptureStderr();
     {
       ThreadPool pool(asked);
       for (auto& unit : units) pool.add(&unit);
       for (auto& unit : units) allowed ? unit.wait() : void();
     }
-    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
     for (auto& unit : units)
       EXPECT_EQ(unit.processes - unit.aborts, allowed ? 1 : -1) << asked;
   }
@@ -43,6 +43,11 @@ TEST(ThreadCreationFailure, PoolAndStepperCarryOn) {
   creationsAllowed = 0;
   EXPECT_TRUE(!stepper.start() && stepper.getThreadState() == 0);
   threadCreateFilter = nullptr;
+  Semaphore dead(0x80000000u);
+  dead.acquire(), dead.release();
+  EXPECT_EQ(testing::internal::GetCapturedStderr(),
+            "Semaphore: sem_init failed\nSemaphore::acquire(): sem_wait "
+            "failed\nSemaphore::release(): sem_post failed\n");
 }
 
 // An add whose queue cannot grow throws with nothing changed: no part of a
@@ -72,7 +77,7 @@ TEST(QueueGrowthFailure, AddThrowsWithNothingQueuedOrClaimed) {
 // A worker that has written STATE_STOPPED still uses the object until it lets
 // go of its life mutex, so the destructor waits for that.
 TEST(StepperEnd, DestructorWaitsForTheWorkerToLetGo) {
-  workerEndHook = [] { waitUntil(workerMayLetGo); };
+  workerEndHook = [] { waitUntil([] { return workerMayLetGo.load(); }); };
   auto* stepper = new ScriptedStepper();
   stepper->body = [](int) { return false; };
   ASSERT_TRUE(stepper->start() &&
@@ -82,4 +87,18 @@ TEST(StepperEnd, DestructorWaitsForTheWorkerToLetGo) {
   workerMayLetGo = true;
   EXPECT_TRUE(destroyer.ends());
   workerEndHook = nullptr;
+}
+
+// An empty key sizes a block but leaves it closed; an open block refuses a
+// second open and keeps its key and bytes; a reopen after
+// close gives zero bytes in the storage the block already had.
+TEST(SharedMemory, OpenCloseAndReopen) {
+  SharedMemoryBase block;
+  ASSERT_TRUE(block.open("", 16) && !block.isOpen() && block.size() == 16);
+  block.data()[2] = 5;  // bytes below both sizes stay
+  EXPECT_TRUE(block.open("a", 8) && !block.open("b", 32) && block.isOpen());
+  EXPECT_TRUE(block.key() == "a" && block.size() == 8 && block.data()[2] == 5);
+  unsigned char* const storage = block.data();
+  block.close();
+  EXPECT_TRUE(block.open("b", 8) && block.data() == storage && !storage[2]);
 }

