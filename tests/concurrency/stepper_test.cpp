@@ -71,15 +71,17 @@ TEST(StepperStateTable, EachOperationInEachState) {
   }
 }
 
-// Each way a worker can end by itself: afterwards the state reads
-// STATE_STOPPED and the step mutex is free, so the stepper starts again, and
-// destroy() ends it before deleting, running or paused. A thread ended inside
-// step goes without a word, also when it holds a pause it took itself.
+// A worker ended by a throwing step, or by its thread ending inside step:
+// afterwards the state reads STATE_STOPPED and the step mutex is free, so the
+// stepper starts again, and destroy() ends it before deleting, running or
+// paused. A thread ended inside step goes without a word, also when it holds
+// a pause it took itself.
 TEST(StepperEnd, EachEndReportsAndAllowsRestart) {
   const std::pair<bool (*)(ScriptedStepper&), const char*> rows[] = {
-      {[](ScriptedStepper&) { return false; }, ""},
       {[](ScriptedStepper&) -> bool { throw std::runtime_error("disk full"); },
        "StepperThread exception thrown in thread: disk full\n"},
+      {[](ScriptedStepper&) -> bool { throw 42; },
+       "StepperThread unknown exception thrown in thread\n"},
       {[](ScriptedStepper& s) -> bool { s.pause(true), Zu::ZuThreadExit(); },
        ""},
   };
