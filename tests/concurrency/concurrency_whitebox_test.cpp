@@ -1,5 +1,6 @@
 // Failures that the platform will not produce on demand, and moments a thread
 // passes too fast to catch, forced through the library's private seams.
+#include <cerrno>
 #include <cstdlib>
 
 #include "concurrency/test_hooks.h"
@@ -101,4 +102,23 @@ TEST(SharedMemory, OpenCloseAndReopen) {
   unsigned char* const storage = block.data();
   block.close();
   EXPECT_TRUE(block.open("b", 8) && block.data() == storage && !storage[2]);
+}
+
+// The recursive handle counts its owner's try-lock as one more lock; a held
+// handle fails another thread's try-lock with EBUSY at once. Destroying null
+// does nothing.
+TEST(LockHandles, RecursiveForTheOwnerBusyForOthers) {
+  Zu::ZuThreadMutex* recursive = Zu::ZuThreadMutexCreate();
+  Zu::ZuMutex* plain = Zu::ZuMutexCreate();
+  Zu::ZuMutexLock(plain), Zu::ZuThreadMutexLock(recursive);
+  EXPECT_EQ(Zu::ZuThreadMutexTryLock(recursive), 0) << "the owner's try-lock";
+  Zu::ZuThreadMutexUnlock(recursive);
+  std::thread([&] {
+    EXPECT_EQ(Zu::ZuMutexTryLock(plain), EBUSY);
+    EXPECT_EQ(Zu::ZuThreadMutexTryLock(recursive), EBUSY);
+  }).join();
+  Zu::ZuMutexUnlock(plain), Zu::ZuThreadMutexUnlock(recursive);
+  Zu::ZuMutexDestroy(plain), Zu::ZuThreadMutexDestroy(recursive);
+  Zu::ZuMutexDestroy(nullptr), Zu::ZuThreadMutexDestroy(nullptr);
+  Zu::ZuConditionVariableDestroy(nullptr);
 }

@@ -31,27 +31,6 @@ TEST(ThreadPoolOrder, QueuedUnitsRunOrAreAbortedInQueueOrder) {
   }
 }
 
-// Producers add the same units again and again, singly and in batches, and
-// the pool is destroyed while work is still queued and running. Each add ends
-// in exactly one process or one abort.
-TEST(ThreadPoolShutdown, EveryAddEndsInExactlyOneProcessOrAbort) {
-  std::vector<CountingUnit> units(64);
-  auto pool = std::make_unique<ThreadPool>(3);
-  std::vector<std::thread> producers;
-  for (int p = 0; p < 4; ++p)
-    producers.emplace_back([&, p] {
-      std::vector<ThreadPool::WorkUnit*> batch;
-      for (int u = 0; u < 16; ++u) batch.push_back(&units[p * 16 + u]);
-      for (int round = 0; round < 200; ++round) {
-        if (round % 2) pool->add(batch);
-        for (auto* unit : batch) round % 2 ? void() : pool->add(unit);
-      }
-    });
-  for (auto& producer : producers) producer.join();
-  pool.reset();
-  for (auto& unit : units) ASSERT_EQ(unit.processes + unit.aborts, 200);
-}
-
 // While the pool goes, an abort that adds puts its unit behind the queued
 // ones, and the drain aborts it too. Once the drain is over, adds from a
 // running unit, in a batch or singly, are aborted on the spot and leave the
