@@ -17,8 +17,22 @@ if ! diff -u "$listed" <(exported); then
   echo "exported symbols differ from abi/libZuPlatform.symbols" >&2
   exit 1
 fi
+# Private member functions declared in the public headers: the classes are
+# exported whole, so each of these must be marked hidden. Comments are cut
+# off first; a name is matched as "::name(" in any class.
+private_members() {
+  awk '{ sub(/\/\/.*/, "") }
+       /^ *(class|struct|union|enum)[^;]*\{ *$/ { private[++depth] = 0; next }
+       /^ *};/ && depth > 0 { depth--; next }
+       /^ *private:/ { private[depth] = 1; next }
+       /^ *(public|protected):/ { private[depth] = 0; next }
+       depth > 0 && private[depth] && match($0, /[A-Za-z_][A-Za-z0-9_]*\(/) {
+         print "::" substr($0, RSTART, RLENGTH)
+       }' "$(dirname "$0")"/../include/ZuPlatform/*.h | sort -u
+}
 # Internals must never leak, whatever the list says.
-if exported | grep -E 'defaultLogHandler|logLevelThreshold|currentLogHandler|processTimer|crc32|uniqueNameCounter|Malloc(Create|Destroy|Resize)|nullMessageHandler|::detail::'; then
+if exported | grep -E 'defaultLogHandler|logLevelThreshold|currentLogHandler|processTimer|crc32|uniqueNameCounter|Malloc(Create|Destroy|Resize)|nullMessageHandler|::detail::' ||
+  exported | grep -F -f <(private_members); then
   echo "a private name is exported" >&2
   exit 1
 fi

@@ -25,6 +25,12 @@
 #ifndef ZUPLATFORM_API
 #define ZUPLATFORM_API __attribute__((visibility("default")))
 #endif
+// The classes below are exported whole, so each private member function is
+// marked hidden: the library exports its interface and nothing else, and a
+// client can neither call nor come to depend on an internal step.
+#ifndef ZUPLATFORM_INTERNAL
+#define ZUPLATFORM_INTERNAL __attribute__((visibility("hidden")))
+#endif
 
 namespace Zu {
 
@@ -148,7 +154,7 @@ class ZUPLATFORM_API Semaphore {
  private:
   friend class ThreadPool;  // spins on tryAcquire before it sleeps
   // Takes one if the count is above 0, without waiting.
-  bool tryAcquire();
+  ZUPLATFORM_INTERNAL bool tryAcquire();
 
   struct Block;  // the sem_t and whether sem_init took it
   Block* semaphore;
@@ -234,6 +240,13 @@ class ZUPLATFORM_API IStepperThread {
 //   "StepperThread exception thrown in thread: <what()>\n", or
 //   "StepperThread unknown exception thrown in thread\n". Nothing reaches the
 //   controlling threads.
+// - A worker ended inside step() (Zu::ZuThreadExit, or cancellation at a
+//   cancellation point) is let go: the runtime unwinds the thread like an
+//   exception, and nothing here swallows that unwind, so no message is
+//   written. On its way out the worker does what any end does: it hands back
+//   the step mutex and a pause it took itself, sets STATE_STOPPED and lets go
+//   of the object, so join() and stop() return, start() creates a fresh
+//   worker and the object can be destroyed.
 // - After any end, start() creates a fresh worker.
 // Limits: the pausing thread must not join() (the worker cannot end until it
 // resumes); a pause(true) from inside step() must not meet a pause(true) of
@@ -276,8 +289,8 @@ class ZUPLATFORM_API StepperThread : public IStepperThread {
   void destroy();
 
  private:
-  bool holdsPause() const;
-  void releasePause();
+  ZUPLATFORM_INTERNAL bool holdsPause() const;
+  ZUPLATFORM_INTERNAL void releasePause();
 
   // The cross-thread fields are atomics (stores release, loads acquire).
   std::atomic<bool> stopRequested;       // read by the worker after each step
@@ -297,15 +310,21 @@ class ZUPLATFORM_API StepperThread : public IStepperThread {
 // process() finishes first. Units belong to the caller; the pool never
 // deletes one.
 //
-// - Threads that could not be created: the pool runs with those that
-//   started, writes "ThreadPool: started <n> of <count> threads\n" to stderr,
-//   and its destructor waits for the started ones only. getThreadCount()
-//   still gives the number asked for. With none started, units stay queued
-//   until destruction, as with ThreadPool(0).
+// - Threads that could not be created: the pool says nothing and runs with
+//   those that started, and its destructor waits for the started ones only.
+//   getThreadCount() still gives the number asked for. With none started,
+//   units stay queued until destruction, as with ThreadPool(0).
 // - An exception out of process() or abort() is caught: the thread goes on,
 //   the unit becomes idle (wait() returns), and stderr gets
 //   "ThreadPool exception thrown in process: <what()>\n" (or "in abort"), or
 //   "ThreadPool unknown exception thrown in process\n" (or "in abort").
+// - A pool thread ended inside process() (Zu::ZuThreadExit, or cancellation
+//   at a cancellation point) is let go, without a message: the unit becomes
+//   idle, the thread counts as ended, so the destructor does not wait for it,
+//   and the other threads go on serving the queue (with none left, units stay
+//   queued until destruction). An abort() called by add() may end its thread
+//   the same way, and the unit becomes idle; an abort() called by the
+//   destructor must not, since a destructor cannot be unwound.
 // - An exception from the queue's growth in add() (std::bad_alloc) reaches
 //   the caller with nothing changed: no lock held, nothing queued (a batch is
 //   all or nothing), and every unit of the call idle again, neither processed
@@ -368,7 +387,7 @@ class ZUPLATFORM_API ThreadPool {
   void threadMain();
 
  private:
-  void takeToken();
+  ZUPLATFORM_INTERNAL void takeToken();
 
   Semaphore workSemaphore;  // a token per queued unit, one per thread at end
   Semaphore doneSemaphore;  // a token per thread that has left threadMain

@@ -1,4 +1,5 @@
 #include <ZuPlatform/concurrency.h>
+#include <cxxabi.h>
 
 #include <cstdio>
 #include <cstring>
@@ -18,7 +19,7 @@
 namespace ZuPlatform {
 
 namespace detail {
-std::atomic<PauseGateHook> pauseGateHook{nullptr};
+std::atomic<WorkerEndHook> workerEndHook{nullptr};
 }  // namespace detail
 
 namespace {
@@ -33,6 +34,24 @@ bool moveState(std::atomic<IStepperThread::eState>& state,
                IStepperThread::eState from, IStepperThread::eState to) {
   return state.compare_exchange_strong(from, to, std::memory_order_acq_rel,
                                        ACQUIRE);
+}
+
+// One step: false when the worker is to end, after step() said so or threw.
+// A thread ended inside step() (ZuThreadExit, cancellation) is unwound by the
+// runtime like an exception, and that unwind must go on: swallowing it aborts
+// the process. The unwind carries no object, so the handler's reference is
+// bound to null by design; the sanitizer's null check is off here alone.
+__attribute__((no_sanitize("null"))) bool stepOnce(StepperThread& stepper) {
+  try {
+    return stepper.step();
+  } catch (abi::__forced_unwind&) {
+    throw;
+  } catch (const std::exception& e) {
+    fprintf(stderr, "StepperThread exception thrown in thread: %s\n", e.what());
+  } catch (...) {
+    writeError("StepperThread unknown exception thrown in thread\n");
+  }
+  return false;
 }
 
 }  // namespace
@@ -61,23 +80,33 @@ StepperThread::~StepperThread() {
 
 void* StepperThread::Impl::StepperThreadFunction(void* argument) {
   auto* self = static_cast<StepperThread*>(argument);
-  const Zu::ZuThreadID me = Zu::ZuThreadGetID();
-  self->threadId.store(me, RELEASE);
+  self->threadId.store(Zu::ZuThreadGetID(), RELEASE);
   self->lifeMutex.lock();
   self->setThreadState(STATE_RUNNING);
   self->startSemaphore.release();
+  // The worker's last acts, on every way out: also when the thread is ended
+  // inside step() and unwound.
+  struct End {
+    StepperThread* self;
+    bool stepping;
+    ~End() {
+      if (stepping) self->stepMutex.unlock();
+      // A pause taken from inside step and never undone would leave stepMutex
+      // locked by a thread about to vanish; the next worker would wait
+      // forever.
+      if (self->holdsPause()) self->releasePause();
+      self->threadId.store(0, RELEASE);
+      self->setThreadState(STATE_STOPPED);
+      auto hook = detail::workerEndHook.load(std::memory_order_relaxed);
+      if (hook != nullptr) hook();
+      self->lifeMutex.unlock();
+    }
+  } end{self, false};
   do {
     self->stepMutex.lock();
-    try {
-      if (!self->step()) self->stopRequested.store(true, RELEASE);
-    } catch (const std::exception& e) {
-      fprintf(stderr, "StepperThread exception thrown in thread: %s\n",
-              e.what());
-      self->stopRequested.store(true, RELEASE);
-    } catch (...) {
-      writeError("StepperThread unknown exception thrown in thread\n");
-      self->stopRequested.store(true, RELEASE);
-    }
+    end.stepping = true;
+    if (!stepOnce(*self)) self->stopRequested.store(true, RELEASE);
+    end.stepping = false;
     self->stepMutex.unlock();
     // A pausing thread holds the gate while it waits for stepMutex, so the
     // worker cannot take stepMutex back before the pause has it: a pause
@@ -85,12 +114,6 @@ void* StepperThread::Impl::StepperThreadFunction(void* argument) {
     self->gateMutex.lock();
     self->gateMutex.unlock();
   } while (!self->stopRequested.load(ACQUIRE));
-  self->threadId.store(0, RELEASE);
-  // A pause taken from inside step and never undone would leave stepMutex
-  // locked by a thread about to vanish; the next worker would wait forever.
-  if (self->pauseOwner.load(ACQUIRE) == me) self->releasePause();
-  self->setThreadState(STATE_STOPPED);
-  self->lifeMutex.unlock();
   return nullptr;
 }
 
@@ -118,8 +141,6 @@ void StepperThread::pause(bool paused) {
   }
   if (holdsPause() || getThreadState() != STATE_RUNNING) return;
   gateMutex.lock();
-  auto hook = detail::pauseGateHook.load(std::memory_order_relaxed);
-  if (hook != nullptr) hook();
   stepMutex.lock();
   // The worker may have ended while we waited; then there is nothing to
   // pause, and keeping stepMutex would only block the next worker.

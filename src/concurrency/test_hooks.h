@@ -1,6 +1,10 @@
-// Seams through which the white-box tests make the platform fail on purpose.
-// Hidden symbols: not part of the exported interface, and null (no effect)
-// unless a test sets them.
+// Seams through which the white-box tests make the platform fail on purpose
+// or hold a thread at a chosen point. Hidden symbols: not part of the
+// exported interface, and null (no effect) unless a test sets them. Each
+// costs one relaxed load where a thread is created or a stepper's worker
+// ends, never on a path that runs per step or per unit: the pool
+// carries no seam at all (a failing queue growth is tested by failing the
+// allocation itself).
 #ifndef ZUPLATFORM_SRC_CONCURRENCY_TEST_HOOKS_H
 #define ZUPLATFORM_SRC_CONCURRENCY_TEST_HOOKS_H
 
@@ -14,15 +18,10 @@ namespace detail {
 using ThreadCreateFilter = bool (*)();
 extern std::atomic<ThreadCreateFilter> threadCreateFilter;
 
-// Called under the queue lock just before each push in ThreadPool::add; may
-// throw, standing in for the queue's growth running out of memory.
-using QueueGrowthHook = void (*)();
-extern std::atomic<QueueGrowthHook> queueGrowthHook;
-
-// Called by StepperThread::pause(true) once it holds the gate and before it
-// waits for the step mutex.
-using PauseGateHook = void (*)();
-extern std::atomic<PauseGateHook> pauseGateHook;
+// Called by a stepper's worker once it has written STATE_STOPPED and before
+// it lets go of the object.
+using WorkerEndHook = void (*)();
+extern std::atomic<WorkerEndHook> workerEndHook;
 
 }  // namespace detail
 }  // namespace ZuPlatform

@@ -1,15 +1,7 @@
 #include <ZuPlatform/concurrency.h>
 #include <sched.h>
 
-#include <cstdio>
-
-#include "concurrency/test_hooks.h"
-
 namespace ZuPlatform {
-
-namespace detail {
-std::atomic<QueueGrowthHook> queueGrowthHook{nullptr};
-}  // namespace detail
 
 namespace {
 
@@ -20,18 +12,19 @@ namespace {
 constexpr int TOKEN_SPINS = 50;
 constexpr int TOKEN_YIELDS = 50;
 
-// The queue's growth is the one thing under queueMutex that can throw.
-void pushBack(std::deque<ThreadPool::WorkUnit*>& queue,
-              ThreadPool::WorkUnit* unit) {
-  auto hook = detail::queueGrowthHook.load(std::memory_order_relaxed);
-  if (hook != nullptr) hook();
-  queue.push_back(unit);
-}
+// Counts the thread out on every way it leaves threadMain, also when it is
+// ended inside process(): the destructor then collects that token at once
+// instead of waiting for a thread that is gone.
+struct CountOut {
+  Semaphore& done;
+  ~CountOut() { done.release(); }
+};
 
 }  // namespace
 
-// A thread that could not be created is simply not counted: the destructor
-// hands out and collects one token per thread that really runs.
+// A thread that could not be created is simply not counted, and nothing is
+// said: the destructor hands out and collects one token per thread that
+// really runs.
 ThreadPool::ThreadPool(unsigned int count)
     : workSemaphore(0),
       doneSemaphore(0),
@@ -42,9 +35,6 @@ ThreadPool::ThreadPool(unsigned int count)
     if (Zu::ZuThreadCreate(ThreadPoolFunctionImpl, this) != 0)
       ++startedThreadCount;
   }
-  if (startedThreadCount < threadCount)
-    fprintf(stderr, "ThreadPool: started %u of %u threads\n",
-            startedThreadCount, threadCount);
 }
 
 ThreadPool::~ThreadPool() {
@@ -75,7 +65,7 @@ void ThreadPool::add(WorkUnit* unit) {
     return;
   }
   try {
-    pushBack(queue, unit);
+    queue.push_back(unit);
   } catch (...) {
     queueMutex.unlock();
     unit->idleSemaphore.release();
@@ -98,7 +88,7 @@ void ThreadPool::add(const std::vector<WorkUnit*>& units) {
   std::size_t pushed = 0;
   try {
     for (WorkUnit* unit : units) {
-      pushBack(queue, unit);
+      queue.push_back(unit);
       ++pushed;
     }
   } catch (...) {
@@ -136,6 +126,7 @@ unsigned int ThreadPool::getThreadCount() const { return threadCount; }
 // Each token taken before shutdown matches one queued unit, so the queue is
 // never empty here; a token taken after shutdown means leave.
 void ThreadPool::threadMain() {
+  const CountOut countOut{doneSemaphore};
   for (;;) {
     takeToken();
     queueMutex.lock();
@@ -148,7 +139,6 @@ void ThreadPool::threadMain() {
     queueMutex.unlock();
     unit->doProcessAndRelease();
   }
-  doneSemaphore.release();
 }
 
 }  // namespace ZuPlatform

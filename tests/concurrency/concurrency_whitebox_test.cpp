@@ -1,111 +1,124 @@
-// Failures that the platform will not produce on demand, forced through the
-// library's private seams.
-#include <new>
-#include <tuple>
+// Failures that the platform will not produce on demand, and moments a thread
+// passes too fast to catch, forced through the library's private seams.
+#include <cerrno>
+#include <cstdlib>
 
-#include "concurrency/sleep_rule.h"
 #include "concurrency/test_hooks.h"
 #include "concurrency/test_support.h"
 
 using namespace zutest;
+using namespace ZuPlatform::detail;
 
-static std::atomic<int> creationsAllowed{0}, pushesBeforeThrow{0}, gateHeld{0};
+static std::atomic<int> creationsAllowed{0};
+static std::atomic<bool> workerMayLetGo{false};
+static thread_local bool failAllocations = false;
 
-TEST(SleepRule, BoundaryLiesBetween1000And1001Milliseconds) {
-  // Milliseconds, then sleep(argument) or else usleep(argument).
-  const std::tuple<unsigned long, bool, std::uint64_t> rows[] = {
-      {0, false, 0},   {1, false, 1000}, {1000, false, 1000000},
-      {1001, true, 1}, {1999, true, 1},  {2000, true, 2}};
-  for (const auto& [milliseconds, wholeSeconds, argument] : rows) {
-    const auto call = Zu::detail::sleepCallFor(milliseconds);
-    EXPECT_EQ(call.wholeSeconds, wholeSeconds) << milliseconds;
-    EXPECT_EQ(call.argument, argument) << milliseconds;
-  }
+// Every allocation of this program; fails while the thread says so. Out of
+// line, so that the compiler pairs no new expression with free.
+[[gnu::noinline]] void* operator new(std::size_t size) {
+  void* block = failAllocations ? nullptr : std::malloc(size ? size : 1);
+  return block ? block : throw std::bad_alloc();
 }
+[[gnu::noinline]] void operator delete(void* p) noexcept { std::free(p); }
+[[gnu::noinline]] void operator delete(void* p, size_t) noexcept { free(p); }
 
-// The pool runs on the threads that started, and its destructor never waits
-// for one that did not; a stepper whose worker cannot start stays stopped.
-TEST(ThreadCreationFailure, PoolAndStepperCarryOn) {
-  const struct {
-    unsigned int asked;
-    int allowed;
-    const char* stderrText;
-  } rows[] = {{4, 2, "ThreadPool: started 2 of 4 threads\n"},
-              {3, 0, "ThreadPool: started 0 of 3 threads\n"},
-              {2, 2, ""}};
-  ZuPlatform::detail::threadCreateFilter = [] {
-    return creationsAllowed.fetch_sub(1) > 0;
-  };
-  for (const auto& row : rows) {
-    SCOPED_TRACE(row.asked);
-    creationsAllowed = row.allowed;
-    std::vector<CountingUnit> units(8);
-    testing::internal::CaptureStderr();
+// What the platform refuses, the library lives with: the pool runs on the
+// threads that started, says nothing, and its destructor never waits for one
+// that did not; a stepper whose worker cannot start stays stopped; a
+// semaphore whose count cannot be set reports each use and never blocks.
+TEST(PlatformRefusals, PoolStepperAndSemaphoreCarryOn) {
+  threadCreateFilter = [] { return creationsAllowed.fetch_sub(1) > 0; };
+  testing::internal::CaptureStderr();
+  for (auto [asked, allowed] : {std::pair{4u, 2}, {3u, 0}}) {
+    creationsAllowed = allowed;
+    CountingUnit units[8];
     {
-      ThreadPool pool(row.asked);
-      EXPECT_EQ(pool.getThreadCount(), row.asked);
+      ThreadPool pool(asked);
       for (auto& unit : units) pool.add(&unit);
-      for (auto& unit : units) row.allowed > 0 ? unit.wait() : void();
+      for (auto& unit : units) allowed ? unit.wait() : void();
     }
-    EXPECT_EQ(testing::internal::GetCapturedStderr(), row.stderrText);
     for (auto& unit : units)
-      EXPECT_EQ(unit.processes - unit.aborts, row.allowed > 0 ? 1 : -1);
+      EXPECT_EQ(unit.processes - unit.aborts, allowed ? 1 : -1) << asked;
   }
   ScriptedStepper stepper;
   creationsAllowed = 0;
-  EXPECT_TRUE(!stepper.start() &&
-              stepper.getThreadState() == ScriptedStepper::STATE_STOPPED);
-  creationsAllowed = 1;
-  EXPECT_TRUE(stepper.start() && stepper.stepsAdvance());
-  stepper.stop();
-  ZuPlatform::detail::threadCreateFilter = nullptr;
+  EXPECT_TRUE(!stepper.start() && stepper.getThreadState() == 0);
+  threadCreateFilter = nullptr;
+  Semaphore dead(0x80000000u);
+  dead.acquire(), dead.release();
+  EXPECT_EQ(testing::internal::GetCapturedStderr(),
+            "Semaphore: sem_init failed\nSemaphore::acquire(): sem_wait "
+            "failed\nSemaphore::release(): sem_post failed\n");
 }
 
-// The add throws with nothing changed: a batch leaves no part of itself
-// queued, no unit stays claimed (the retry would wait for it), none is
-// processed or aborted, and the pool thread can still take the queue lock.
+// An add whose queue cannot grow throws with nothing changed: no part of a
+// batch stays queued, no unit stays claimed, the queue lock is free for
+// another thread. So a retry of what was refused ends each unit exactly once.
 TEST(QueueGrowthFailure, AddThrowsWithNothingQueuedOrClaimed) {
-  ZuPlatform::detail::queueGrowthHook = [] {
-    if (pushesBeforeThrow.fetch_sub(1) == 0) throw std::bad_alloc();
-  };
-  for (int throwAtPush : {-1, 0, 2}) {  // -1: a single add
-    SCOPED_TRACE(throwAtPush);
-    EventLog log;
-    CountingUnit a(&log, 1), b(&log, 2), c(&log, 3);
+  for (bool batch : {true, false}) {
+    CountingUnit units[200];
+    std::vector<ThreadPool::WorkUnit*> all;
+    for (auto& unit : units) all.push_back(&unit);
+    std::size_t queued = 0;  // by the single adds before the refused one
     {
-      ThreadPool pool(1);
-      pushesBeforeThrow = std::max(throwAtPush, 0);  // below 0 none throws
-      EXPECT_THROW(throwAtPush < 0 ? pool.add(&a) : pool.add({&a, &b, &c}),
-                   std::bad_alloc);
-      Background retry([&] { pool.add({&a, &b, &c}), c.wait(); });
-      EXPECT_TRUE(retry.ends());
+      ThreadPool pool(0);
+      failAllocations = true;
+      auto addEach = [&] {
+        for (; queued < all.size(); ++queued) pool.add(all[queued]);
+      };
+      EXPECT_THROW(batch ? pool.add(all) : addEach(), std::bad_alloc);
+      failAllocations = false;
+      Background retry([&] { pool.add({all.begin() + queued, all.end()}); });
+      EXPECT_TRUE(retry.ends()) << batch;
     }
-    EXPECT_EQ(log.text, "p1 p2 p3 ");
+    for (auto& unit : units) EXPECT_EQ(unit.aborts + 2 * unit.processes, 1);
   }
-  ZuPlatform::detail::queueGrowthHook = nullptr;
 }
 
-// Against steps that return at once, a step that begins after the pausing
-// thread holds the gate can only be the one the worker had already headed
-// into: the worker must pass the gate before each further step. Without the
-// gate it retakes the unfair step mutex ahead of the pause, again and again.
-TEST(StepperPauseBound, AtMostOneStepBeginsOnceThePauseHoldsTheGate) {
-  ScriptedStepper stepper;
-  std::atomic<int> stepsAfterGate{0};
-  stepper.body = [&](int) { return stepsAfterGate += gateHeld, true; };
-  ZuPlatform::detail::pauseGateHook = [] { gateHeld = true; };
-  ASSERT_TRUE(stepper.start());
-  int most = 0;
-  for (int round = 0; round < 2000; ++round) {
-    stepper.pause(true);
-    const int frozen = stepper.steps;
-    most = std::max(most, stepsAfterGate.exchange(0));
-    gateHeld = false;
-    std::this_thread::yield();
-    EXPECT_EQ(stepper.steps, frozen) << "a step ran during a pause";
-    stepper.pause(false);
-  }
-  stepper.stop();
-  ZuPlatform::detail::pauseGateHook = nullptr;
-  EXPECT_LE(most, 1);
+// A worker that has written STATE_STOPPED still uses the object until it lets
+// go of its life mutex, so the destructor waits for that.
+TEST(StepperEnd, DestructorWaitsForTheWorkerToLetGo) {
+  workerEndHook = [] { waitUntil([] { return workerMayLetGo.load(); }); };
+  auto* stepper = new ScriptedStepper();
+  stepper->body = [](int) { return false; };
+  ASSERT_TRUE(stepper->start() &&
+              waitUntil([&] { return stepper->getThreadState() == 0; }));
+  Background destroyer([&] { delete stepper; });
+  EXPECT_TRUE(destroyer.blocked()) << "destroyed under a running worker";
+  workerMayLetGo = true;
+  EXPECT_TRUE(destroyer.ends());
+  workerEndHook = nullptr;
+}
+
+// An empty key sizes a block but leaves it closed; an open block refuses a
+// second open and keeps its key and bytes; a reopen after
+// close gives zero bytes in the storage the block already had.
+TEST(SharedMemory, OpenCloseAndReopen) {
+  SharedMemoryBase block;
+  ASSERT_TRUE(block.open("", 16) && !block.isOpen() && block.size() == 16);
+  block.data()[2] = 5;  // bytes below both sizes stay
+  EXPECT_TRUE(block.open("a", 8) && !block.open("b", 32) && block.isOpen());
+  EXPECT_TRUE(block.key() == "a" && block.size() == 8 && block.data()[2] == 5);
+  unsigned char* const storage = block.data();
+  block.close();
+  EXPECT_TRUE(block.open("b", 8) && block.data() == storage && !storage[2]);
+}
+
+// The recursive handle counts its owner's try-lock as one more lock; a held
+// handle fails another thread's try-lock with EBUSY at once. Destroying null
+// does nothing.
+TEST(LockHandles, RecursiveForTheOwnerBusyForOthers) {
+  Zu::ZuThreadMutex* recursive = Zu::ZuThreadMutexCreate();
+  Zu::ZuMutex* plain = Zu::ZuMutexCreate();
+  Zu::ZuMutexLock(plain), Zu::ZuThreadMutexLock(recursive);
+  EXPECT_EQ(Zu::ZuThreadMutexTryLock(recursive), 0) << "the owner's try-lock";
+  Zu::ZuThreadMutexUnlock(recursive);
+  std::thread([&] {
+    EXPECT_EQ(Zu::ZuMutexTryLock(plain), EBUSY);
+    EXPECT_EQ(Zu::ZuThreadMutexTryLock(recursive), EBUSY);
+  }).join();
+  Zu::ZuMutexUnlock(plain), Zu::ZuThreadMutexUnlock(recursive);
+  Zu::ZuMutexDestroy(plain), Zu::ZuThreadMutexDestroy(recursive);
+  Zu::ZuMutexDestroy(nullptr), Zu::ZuThreadMutexDestroy(nullptr);
+  Zu::ZuConditionVariableDestroy(nullptr);
 }

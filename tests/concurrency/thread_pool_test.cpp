@@ -1,4 +1,4 @@
-#include <ctime>
+#include <memory>
 
 #include "concurrency/test_support.h"
 
@@ -9,127 +9,73 @@ using namespace zutest;
 // and returns once that one has finished by process. Without threads every
 // unit waits in the queue until then.
 TEST(ThreadPoolOrder, QueuedUnitsRunOrAreAbortedInQueueOrder) {
-  const struct {
-    unsigned int threads;
-    bool drain;  // before the pool goes
-    const char* events;
-  } rows[] = {{1, true, "p0 p1 p2 p3 "},
-              {1, false, "a1 a2 a3 p0 "},
-              {0, false, "a0 a1 a2 a3 "}};
-  for (const auto& row : rows) {
-    EventLog log;
-    CountingUnit first(&log, 0), one(&log, 1), two(&log, 2), three(&log, 3);
+  const std::tuple<unsigned int, bool, const char*> rows[] = {
+      {1, true, "p0 p1 p2 p3 "},  // with the units run before the pool goes
+      {1, false, "a1 a2 a3 p0 "},
+      {0, false, "a0 a1 a2 a3 "}};
+  for (auto [threads, drain, events] : rows) {
+    std::string log;
+    CountingUnit first(0, &log), one(1, &log), two(2, &log), three(3, &log);
     first.mayFinish = false;
-    auto pool = std::make_unique<ThreadPool>(row.threads);
+    auto pool = std::make_unique<ThreadPool>(threads);
     pool->add(&first);  // keeps the others queued behind it
-    ASSERT_TRUE(waitUntil([&] { return !row.threads || first.entered; }));
-    pool->add({&one, &two});
-    pool->add(&three);
+    ASSERT_TRUE(waitUntil([&] { return !threads || first.entered; }));
+    pool->add({&one, &two}), pool->add(nullptr), pool->add(&three);
     Background waiter([&] { three.wait(); });
     EXPECT_TRUE(waiter.blocked()) << "a unit went idle before its turn";
-    if (row.drain) first.mayFinish = true, three.wait();
+    if (drain) first.mayFinish = true, three.wait();
     Background destroyer([&] { pool.reset(); });
-    EXPECT_TRUE(waiter.ends());
-    EXPECT_TRUE(row.drain || !row.threads || destroyer.blocked());
+    EXPECT_TRUE(waiter.ends() && (drain || !threads || destroyer.blocked()));
     first.mayFinish = true;
-    EXPECT_TRUE(destroyer.ends());
-    EXPECT_EQ(log.text, row.events);
+    EXPECT_TRUE(destroyer.ends() && log == events) << threads << drain << log;
   }
 }
 
-TEST(ThreadPoolUnits, ReAddingARunningUnitWaitsForItsRunToEnd) {
-  CountingUnit unit;
-  unit.mayFinish = false;
-  ThreadPool pool(2);
-  pool.add(&unit);
-  ASSERT_TRUE(waitUntil(unit.entered));
-  Background adder([&] { pool.add(&unit); });
-  EXPECT_TRUE(adder.blocked()) << "add of a running unit did not wait";
-  unit.mayFinish = true;
-  EXPECT_TRUE(adder.ends());
-  unit.wait();  // for the second run
-  EXPECT_EQ(unit.processes, 2);
-}
-
-// Producers add the same units again and again, singly and in batches; half
-// of the units add a fresh follow-up unit from process; the pool is destroyed
-// while work is still queued and running. Every add ends in exactly one
-// process or one abort.
-TEST(ThreadPoolShutdown, EveryAddEndsInExactlyOneProcessOrAbort) {
-  constexpr int PRODUCERS = 4, PER_PRODUCER = 16, ROUNDS = 40;
-  for (int trial = 0; trial < 5; ++trial) {
-    SCOPED_TRACE(trial);
-    // Each spare is added once, so an add from process never waits.
-    std::vector<CountingUnit> units(PRODUCERS * PER_PRODUCER),
-        spares(units.size() / 2 * ROUNDS);
-    std::atomic<int> adds{0}, nextSpare{0};
-    auto pool = std::make_unique<ThreadPool>(3);
-    ThreadPool* const shared = pool.get();  // reset() clears pool first
-    for (size_t i = 0; i < units.size(); i += 2)
-      units[i].onProcess = [&] { ++adds, shared->add(&spares[nextSpare++]); };
-    std::vector<std::thread> producers;
-    for (int p = 0; p < PRODUCERS; ++p)
-      producers.emplace_back([&, p] {
-        std::vector<ThreadPool::WorkUnit*> batch;
-        for (int u = 0; u < PER_PRODUCER; ++u)
-          batch.push_back(&units[p * PER_PRODUCER + u]);
-        for (int round = 0; round < ROUNDS; ++round) {
-          adds += PER_PRODUCER;
-          if (round % 2) shared->add(batch);
-          for (auto* unit : batch) round % 2 ? void() : shared->add(unit);
-        }
-      });
-    for (auto& producer : producers) producer.join();
-    pool.reset();  // while units still run and add their follow-ups
-    int ended = PRODUCERS * PER_PRODUCER * ROUNDS;  // as checked below
-    for (auto& unit : spares) ended += unit.processes + unit.aborts;
-    EXPECT_EQ(ended, adds);
-    for (auto& unit : units) EXPECT_EQ(unit.processes + unit.aborts, ROUNDS);
-  }
-}
-
-// Threads that run out of work stay awake only briefly: once the last unit
-// is done, the pool uses next to no processor time until the next add.
-TEST(ThreadPoolUnits, ThreadsWithNothingToDoGoToSleep) {
-  CountingUnit unit;
-  ThreadPool pool(2);
-  pool.add(&unit), unit.wait();
-  settle();
-  const std::clock_t before = std::clock();  // processor time of all threads
-  std::this_thread::sleep_for(300ms);
-  EXPECT_LT((std::clock() - before) * 1000.0 / CLOCKS_PER_SEC, 30.0)
-      << "idle pool threads kept the processor busy (ms of CPU in 300 ms)";
-}
-
-// The pool thread survives to process what follows; with no thread, the drain
-// at destruction goes on past a throwing abort. Either way the unit is idle.
-TEST(ThreadPoolFailures, ExceptionsOutOfUnitsAreReportedAndContained) {
-  const struct {
-    void (*thrower)();
-    const char* stderrText;  // names where it was thrown
-  } rows[] = {
-      {[] { throw std::runtime_error("no route"); },
-       "ThreadPool exception thrown in process: no route\n"},
-      {[] { throw 3; }, "ThreadPool unknown exception thrown in process\n"},
-      {[] { throw std::logic_error("bad state"); },
-       "ThreadPool exception thrown in abort: bad state\n"},
-      {[] { throw "text"; }, "ThreadPool unknown exception thrown in abort\n"},
+// While the pool goes, an abort that adds puts its unit behind the queued
+// ones, and the drain aborts it too. Once the drain is over, adds from a
+// running unit, in a batch or singly, are aborted on the spot and leave the
+// queue lock free for another thread: the destructor waits for the running
+// unit, so that thread's add is safe.
+TEST(ThreadPoolShutdown, AddsDuringShutdownEndInAbort) {
+  std::string log;
+  CountingUnit running(0, &log), queued(1, &log), fromAbort(2, &log),
+      batchA(3, &log), batchB(4, &log), single(5, &log);
+  auto pool = std::make_unique<ThreadPool>(1);
+  ThreadPool* const shared = pool.get();
+  queued.onAbort = [&] { shared->add(&fromAbort); };
+  running.onProcess = [&] {
+    waitUntil([&] { return queued.aborts == 1; });  // the drain holds the lock
+    shared->add({&batchA, &batchB});
+    std::thread([&] { shared->add(&single); }).join();
   };
-  for (const auto& row : rows) {
-    SCOPED_TRACE(row.stderrText);
-    const bool inProcess = std::strstr(row.stderrText, "process");
-    CountingUnit first, second, after;
-    for (auto* unit : {&first, &second})
-      (inProcess ? unit->onProcess : unit->onAbort) = row.thrower;
+  pool->add(&running);
+  ASSERT_TRUE(waitUntil([&] { return running.entered.load(); }));
+  pool->add(&queued), pool.reset();
+  EXPECT_EQ(log, "a1 a2 a3 a4 a5 p0 ");
+}
+
+// An exception out of a unit is reported and contained: the unit becomes idle
+// and the pool thread, or the destructor's drain, goes on. A thread ended
+// inside process is let go without a word: its unit becomes idle, the other
+// threads serve on, and the destructor does not wait for the one that is gone.
+TEST(ThreadPoolFailures, UnitsThatThrowOrEndTheirThreadBecomeIdle) {
+  const std::tuple<void (*)(), unsigned int, unsigned int, const char*> rows[] =
+      {{[] { throw std::runtime_error("no route"); }, 1, 1,
+        "ThreadPool exception thrown in process: no route\n"},
+       {[] { throw "text"; }, 0, 0,
+        "ThreadPool unknown exception thrown in abort\n"},
+       {Zu::ZuThreadExit, 2, 1, ""}};
+  for (auto [fail, threads, threadsLeft, stderrText] : rows) {
+    CountingUnit failing, after;
+    (threads ? failing.onProcess : failing.onAbort) = fail;
     testing::internal::CaptureStderr();
     {
-      ThreadPool pool(inProcess ? 1 : 0);
-      for (auto* unit : {&first, &second, &after})
-        pool.add(unit), inProcess ? unit->wait() : void();
+      ThreadPool pool(threads);
+      pool.add(&failing), threads ? failing.wait() : void();
+      pool.add(&after), threadsLeft ? after.wait() : void();
     }
-    for (auto* unit : {&first, &second}) unit->wait();
-    EXPECT_EQ(testing::internal::GetCapturedStderr(),
-              std::string(row.stderrText) + row.stderrText);
-    EXPECT_EQ(inProcess ? after.processes : after.aborts, 1);
+    failing.wait();
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), stderrText);
+    EXPECT_EQ(threadsLeft ? after.processes : after.aborts, 1) << threads;
   }
 }
