@@ -3,42 +3,28 @@
 #include <fcntl.h>
 #include <limits.h>
 
-#include <algorithm>
-
 #include "scratch.h"
 
 namespace {
 
 using Walks = Scratch;
 
-TEST_F(Walks, RemoveAndGlobActOnlyOnRealEntriesOfTheTree) {
+TEST_F(Walks, RemoveCopyAndGlobActOnlyOnRealEntriesOfTheTree) {
   // Names that a path turns into "..", "." or a sibling, since a backslash
-  // becomes a separator: as directories in t/ (each holding a file), as
-  // files in t/f/.
+  // becomes a separator: as directories in p/t/ (each holding a file), as
+  // files in p/t/f/.
   lay("keep p/ p/keep p/x/ p/x/keep p/y/ p/y/keep p/t/ p/t/f/ p/t/x p/t/y");
   for (const std::string name :
        {"..\\..", "..\\x", "x\\..", "\\", ".\\..\\y"}) {
     lay("p/t/" + name + "/ p/t/" + name + "/in p/t/f/" + name);
   }
-  std::vector<File> files = Fs::glob(Directory(at("p/t")), "*", true);
-  std::sort(files.begin(), files.end());
-  ASSERT_EQ(files.size(), 2u);
-  EXPECT_EQ(files[0].getName() + files[1].getName(), "xy");
+  EXPECT_EQ(below(Fs::glob(Directory(at("p/t")), "*", true), true),
+            "p/t/x p/t/y ");
   const auto everything = snapshot("c");
   EXPECT_FALSE(Fs::copy(Directory(at("p/t")), Directory(at("c")), true));
   EXPECT_EQ(snapshot("c"), everything);  // nothing written outside c
   const auto outside = snapshot("p/t");
   EXPECT_FALSE(Fs::remove(Directory(at("p/t"))));
-  EXPECT_EQ(snapshot("p/t"), outside);
-  // Without the hostile names all goes; links, also one up and out of the
-  // tree, go as links.
-  for (const std::string name :
-       {"..\\..", "..\\x", "x\\..", "\\", ".\\..\\y"}) {
-    std::filesystem::remove_all(at("p/t/" + name));
-    std::filesystem::remove(at("p/t/f/" + name));
-  }
-  lay("p/t/f/out>p p/t/in>p/t/f");
-  EXPECT_TRUE(Fs::remove(Directory(at("p/t"))));
   EXPECT_EQ(snapshot("p/t"), outside);
 }
 
@@ -58,13 +44,10 @@ TEST_F(Walks, GlobIsDepthFirstOverRegularFilesWithoutCycles) {
       {"d/.sub", "*", "1",
        "d/.sub/deep/up/.top d/.sub/deep/low.txt d/.sub/Mid.txt "}};
   for (const auto& row : rows) {
-    std::vector<File> found = {File(root + "kept")};  // only appended to
+    std::vector<File> found = {File(at("kept"))};  // only appended to
     Fs::glob(Directory(at(row[0])), row[1], row[2][0] == '1', found);
-    std::string text;
-    for (const File& file : found) {
-      text += file.toUniversalPath().substr(root.size()) + " ";
-    }
-    EXPECT_EQ(text, std::string("kept ") + row[3]) << row[0] << ' ' << row[1];
+    EXPECT_EQ(below(found, false), std::string("kept ") + row[3])
+        << row[0] << ' ' << row[1];
   }
 }
 
@@ -127,24 +110,18 @@ TEST_F(Walks, TakeOnlyWhatTheListingsReach) {
   close(bottom);
 }
 
-TEST_F(Walks, APathHoldingNulNamesNothing) {
+// The rest of the operations are rows of their own table.
+TEST_F(Walks, ADirectoryPathHoldingNulNamesNothing) {
   lay("d/ d/f");
   const std::string cut("\0x", 2);
   const Directory directory(at("d") + cut);
-  const File file(at("d/f") + cut);
-  EXPECT_EQ(file.getName(), "f" + cut);  // an ordinary byte to the text
-  EXPECT_FALSE(file.exists() || directory.exists() || directory.hasFile("f"));
-  long time = 0;
-  EXPECT_FALSE(Fs::getLastModifiedTime(file, &time) ||
-               Fs::changeCurrentDirectory(directory) || time != 0);
-  EXPECT_FALSE(Fs::remove(file) || Fs::rename(file, "g") ||
-               Fs::copy(file, Directory(at("d")), true) ||
-               Fs::copy(directory, Directory(at("c")), true) ||
-               Fs::remove(directory) || Fs::create(File(at("new") + cut)) ||
-               Fs::create(Directory(at("new") + cut)));
+  EXPECT_EQ(File(at("d/f") + cut).getName(), "f" + cut);  // an ordinary byte
+  EXPECT_FALSE(File(at("d/f") + cut).exists() || directory.exists() ||
+               directory.hasFile("f") ||
+               Fs::copy(directory, Directory(at("c")), true));
   EXPECT_TRUE(directory.files().empty() && directory.directories().empty() &&
               Fs::glob(directory, "*", true).empty());
-  EXPECT_EQ(read("d/f") + std::to_string(mode("new") | mode("c")), "d/f0");
+  EXPECT_EQ(mode("c"), 0u);
 }
 
 }  // namespace
