@@ -7,16 +7,9 @@
 
 namespace {
 
-TEST(WildcardMatch, RuleTableAndModelOnRandomInput) {
-  // Case ignored, anchored at both ends, a star that gives back, one '?'
-  // per byte.
-  const char* const rows[][3] = {
-      {"a?c", "ABC", "1"}, {"*.*", "noext", "0"},   {"*a*b", "xxaybzb", "1"},
-      {"", "x", "0"},      {"??", "\xc3\xa9", "1"}, {"?*", "", "0"}};
-  for (const auto& row : rows) {
-    EXPECT_EQ(libwdmatch_match_i(row[0], row[1]), row[2][0] - '0')
-        << '"' << row[0] << "\" \"" << row[1] << '"';
-  }
+// Case ignored, anchored at both ends, a star that gives back, one '?' per
+// byte: all as the model says, on random input.
+TEST(WildcardMatch, AgreesWithTheModelOnRandomInput) {
   // Small alphabets so that matches are common: both specials, a case pair,
   // a byte that reaches toupper as a negative value, and "[", "/" and "\"
   // that stand for themselves.

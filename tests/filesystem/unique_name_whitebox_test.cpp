@@ -8,14 +8,14 @@
 
 #include <cerrno>
 #include <csignal>
+#include <cstring>
 #include <thread>
 
 #include "filesystem/unique_name.h"
 #include "scratch.h"
 
 extern "C" int stat(const char* path, struct stat* status) {
-  const std::string text(path);
-  if (text.size() >= 4 && text.compare(text.size() - 4, 4, "/eio") == 0) {
+  if (std::strstr(path, "/eio") != nullptr) {
     errno = EIO;
     return -1;
   }
@@ -35,9 +35,8 @@ TEST(UniqueName, FormsAndNoNumberTwiceAcrossThreads) {
   std::vector<std::thread> threads;
   for (size_t first = 0; first < names.size(); first += 2000) {
     threads.emplace_back([&names, first] {
-      for (size_t i = first; i < first + 2000; ++i) {
+      for (size_t i = first; i < first + 2000; ++i)
         names[i] = Fs::createUniqueName("");
-      }
     });
   }
   for (std::thread& thread : threads) thread.join();

@@ -1,20 +1,10 @@
 // What a Directory finds on disk, over a scratch tree that holds one of each
 // kind of entry, and where several directories meet.
-#include <algorithm>
-
 #include "filesystem/scratch.h"
 
 namespace {
 
 using Contents = Scratch;
-
-template <class Path>
-std::vector<std::string> sorted(const std::vector<Path>& paths) {
-  std::vector<std::string> texts;
-  for (const Path& path : paths) texts.push_back(path.toUniversalPath());
-  std::sort(texts.begin(), texts.end());
-  return texts;
-}
 
 // Types come from stat through links; FIFOs, dangling links and a name that
 // does not survive the backslash conversion are in neither list. The lists
@@ -26,12 +16,8 @@ TEST_F(Contents, ListsByTypeFollowingLinks) {
   std::vector<Directory> directories{Directory(root)};
   directories.shrink_to_fit();
   directories[0].directories(directories);
-  EXPECT_EQ(
-      sorted(directories),
-      (std::vector<std::string>{root, at(".../"), at("dirlink/"), at("sub/")}));
-  EXPECT_EQ(
-      sorted(Directory(root).files()),
-      (std::vector<std::string>{at(".hidden"), at("filelink"), at("plain")}));
+  EXPECT_EQ(below(directories, true), " .../ dirlink/ sub/ ");
+  EXPECT_EQ(below(Directory(root).files(), true), ".hidden filelink plain ");
   EXPECT_EQ(Directory(root).directories().size() +
                 Directory(at("sub")).files().size(),
             4u);
@@ -57,24 +43,20 @@ TEST_F(Contents, CommonRootClimbsWhileParentExists) {
       // "~" is HOME taken literally, "rel/x/", whose parent gains the working
       // directory: each candidate is tested again after a climb.
       "~ ~ /elsewhere/ = !", "- a/ = -", "a/ - = !"};
-  auto make = [&](const std::string& text) {
-    return text == "-"
-               ? ""
-               : Directory(text[0] == '/' ? text : at(text)).toUniversalPath();
+  auto make = [&](const std::string& word) {
+    return word == "~"   ? Directory(Directory::WELL_KNOWN_HOME)
+           : word == "-" ? Directory()
+                         : Directory(word[0] == '/' ? word : at(word));
   };
   for (const char* row : rows) {
     std::istringstream words(row);
     std::vector<Directory> candidates;
     std::string word;
-    while (words >> word && word != "=") {
-      candidates.push_back(word == "~"   ? Directory(Directory::WELL_KNOWN_HOME)
-                           : word == "-" ? Directory()
-                                         : Directory(make(word)));
-    }
+    while (words >> word && word != "=") candidates.push_back(make(word));
     words >> word;
     const auto common = Directory::commonRootOf(candidates);
     EXPECT_EQ(common ? common->toUniversalPath() : "!",
-              word == "!" ? "!" : make(word))
+              word == "!" ? "!" : make(word).toUniversalPath())
         << row;
   }
 }
