@@ -105,18 +105,14 @@ TEST_F(Walks, TakeOnlyWhatTheListingsReach) {
   close(bottom);
 }
 
-// The rest of the operations are rows of their own table.
+// The other operations and the listings are checked with their kind.
 TEST_F(Walks, ADirectoryPathHoldingNulNamesNothing) {
   lay("d/ d/f");
   const std::string cut("\0x", 2);
   const Directory directory(at("d") + cut);
   EXPECT_EQ(File(at("d/f") + cut).getName(), "f" + cut);  // an ordinary byte
-  EXPECT_FALSE(File(at("d/f") + cut).exists() || directory.exists() ||
-               directory.hasFile("f") ||
-               Fs::copy(directory, Directory(at("c")), true));
-  EXPECT_TRUE(directory.files().empty() && directory.directories().empty() &&
-              Fs::glob(directory, "*", true).empty());
-  EXPECT_EQ(mode("c"), 0u);
+  EXPECT_FALSE(Fs::copy(directory, Directory(at("c")), true));
+  EXPECT_EQ(Fs::glob(directory, "*", true).size() + mode("c"), 0u);
 }
 
 }  // namespace
