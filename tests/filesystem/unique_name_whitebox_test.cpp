@@ -1,7 +1,7 @@
 // Linked with the library's objects: the unique-name counter is in reach, so
 // every name is known in advance and the end of the numbers is one store
 // away; and the library's stat() calls land in the definition below, which
-// fails with an I/O error on any path ending in "/eio".
+// fails with an I/O error on any path holding "/eio".
 #include <fcntl.h>
 #include <sys/resource.h>
 #include <sys/syscall.h>
@@ -35,8 +35,9 @@ TEST(UniqueName, FormsAndNoNumberTwiceAcrossThreads) {
   std::vector<std::thread> threads;
   for (size_t first = 0; first < names.size(); first += 2000) {
     threads.emplace_back([&names, first] {
-      for (size_t i = first; i < first + 2000; ++i)
+      for (size_t i = first; i < first + 2000; ++i) {
         names[i] = Fs::createUniqueName("");
+      }
     });
   }
   for (std::thread& thread : threads) thread.join();
