@@ -2,17 +2,13 @@
 // after arming throws std::bad_alloc. The listings and the walks run under
 // it with N = 1, 2, ... until a call gets through: nothing but bad_alloc may
 // escape, and no descriptor may stay open.
-#include <dirent.h>
-
 #include <cstdlib>
 #include <functional>
 #include <new>
 
 #include "filesystem/scratch.h"
 
-namespace {
-long allocationsLeft = -1;  // before the one that fails; negative: none
-}  // namespace
+static long allocationsLeft = -1;  // before the one that fails; negative: none
 
 void* operator new(size_t size) {
   if (allocationsLeft >= 0 && allocationsLeft-- == 0) throw std::bad_alloc();
@@ -23,12 +19,9 @@ void operator delete(void* block, size_t) noexcept { std::free(block); }
 
 namespace {
 
-int openDescriptors() {
-  int count = 0;
-  DIR* descriptors = opendir("/proc/self/fd");
-  while (readdir(descriptors) != nullptr) ++count;
-  closedir(descriptors);
-  return count;
+long openDescriptors() {
+  return std::distance(std::filesystem::directory_iterator("/proc/self/fd"),
+                       {});
 }
 
 using AllocationFailure = Scratch;
@@ -43,7 +36,7 @@ TEST_F(AllocationFailure, LeavesNoDescriptorOpen) {
   for (const auto& call : calls) {
     for (long failing = 0, failed = 1; failed; ++failing) {
       Fs::copy(source, doomed, true);  // what the last remove left, filled up
-      const int before = openDescriptors();
+      const long before = openDescriptors();
       allocationsLeft = failing;
       try {
         call();

@@ -7,16 +7,9 @@
 
 namespace {
 
-TEST(WildcardMatch, RuleTableAndModelOnRandomInput) {
-  // Case ignored, anchored at both ends, a star that gives back, one '?'
-  // per byte.
-  const char* const rows[][3] = {
-      {"a?c", "ABC", "1"}, {"*.*", "noext", "0"},   {"*a*b", "xxaybzb", "1"},
-      {"", "x", "0"},      {"??", "\xc3\xa9", "1"}, {"?*", "", "0"}};
-  for (const auto& row : rows) {
-    EXPECT_EQ(libwdmatch_match_i(row[0], row[1]), row[2][0] - '0')
-        << '"' << row[0] << "\" \"" << row[1] << '"';
-  }
+// Case ignored, anchored at both ends, a star that gives back, one '?' per
+// byte: all as the model says, on random input.
+TEST(WildcardMatch, AgreesWithTheModelOnRandomInput) {
   // Small alphabets so that matches are common: both specials, a case pair,
   // a byte that reaches toupper as a negative value, and "[", "/" and "\"
   // that stand for themselves.
@@ -40,14 +33,13 @@ TEST(WildcardMatch, RuleTableAndModelOnRandomInput) {
 }
 
 TEST(WildcardMatch, LongInputsNeedNoStackAndNoSplitSearch) {
-  // Trying every split of ten stars over 10,000 bytes would not finish in
-  // time; a recursive matcher would need a frame per byte of the megabyte.
-  const std::string run(10000, 'a');
-  EXPECT_EQ(libwdmatch_match_i("*a*a*a*a*a*a*a*a*a*a*b", run.c_str()), 0);
-  std::string megabyte(1 << 20, 'x');
+  // Trying every split of ten stars over a megabyte would never finish; a
+  // recursive matcher would need a frame per byte.
+  std::string megabyte(1 << 20, 'a');
   megabyte.back() = 'y';
-  EXPECT_EQ(libwdmatch_match_i("*y", megabyte.c_str()) +
-                libwdmatch_match_i("x*x", megabyte.c_str()),
+  EXPECT_EQ(libwdmatch_match_i("*a*a*a*a*a*a*a*a*a*a*b", megabyte.c_str()) +
+                libwdmatch_match_i("*y", megabyte.c_str()) +
+                libwdmatch_match_i("a*a", megabyte.c_str()),
             1);
 }
 

@@ -7,15 +7,12 @@ namespace {
 using Operations = Scratch;
 
 TEST_F(Operations, RowsRunInOrder) {
-  // d/f: create a directory/file; r/R: remove a file/directory; m/M: rename
-  // a file/directory to b; c/C: copy a file into directory b with/without
+  // Each row: operation, path, second argument ("-" for none), the answer
+  // wanted. d/f: create a directory/file; r/R: remove a file/directory; m/M:
+  // rename a file/directory; c/C: copy a file into a directory with/without
   // overwrite; h: change directory; t: modification time. Paths are below
-  // the scratch root unless they begin with "/".
-  // Each row: operation, path, second argument ("-" for none or empty), the
-  // answer wanted. d/f: create a directory/file; r/R: remove a
-  // file/directory; m/M: rename a file/directory; c/C: copy a file into a
-  // directory with/without overwrite; h: change directory; t: modification
-  // time. Paths are below the scratch root unless they begin with "/".
+  // the scratch root unless they begin with "/"; "%" stands for a NUL byte,
+  // where the system would see a shorter path.
   const char* const rows[] = {
       // Parents outermost first; a directory may be there already, a file
       // never, and nothing is made through a path through a regular file
@@ -26,8 +23,9 @@ TEST_F(Operations, RowsRunInOrder) {
       // A dangling link (or a FIFO), in neither listing, keeps its directory
       // after what the listings show went; the walk stops at the first
       // subdirectory that stays (u/a, for its FIFO), and u/f is not started.
+      // Links in a tree, also up and out of it, go as links.
       "r empty - 1", "r empty - 0", "r a - 0", "R missing - 0", "R q - 0",
-      "R u - 0", "h a - 1",
+      "R u - 0", "R w - 1", "h a - 1",
       // A new name is relative to the containing directory.
       "m a/f g 1", "m a/g b/g 1", "m a/b/g ../f 1", "m a/f none/g 0",
       "m a/f - 0", "M a/b/c - 0", "M a/b/c e 1", "h missing - 0",
@@ -36,10 +34,12 @@ TEST_F(Operations, RowsRunInOrder) {
       // a regular target, never the source itself, nothing that blocks.
       "C src old 0", "c src old 1", "c src new 1", "c big new 1",
       "c src nowhere 0", "c fifo new 0", "c /dev/zero new 0", "c src pipe 0",
-      "c src ln 0", "c dir new 0", "c old/src old 0", "c old/src hard 0"};
+      "c src ln 0", "c dir new 0", "c old/src old 0", "c old/src hard 0",
+      "d nul% - 0", "f nul% - 0", "r plain% - 0", "R a% - 0", "m plain% g 0",
+      "h a% - 0", "t plain% - 0", "c plain% new 0"};
   lay("a/ empty/ plain a/f src old/ old/src new/ dir/ ln/ pipe/ hard/ stamped "
       "dangling>made ln/src>victim fifo| pipe/src| q/ q/sub/ q/f "
-      "q/dead>none u/ u/a/ u/a/odd| u/f");
+      "q/dead>none u/ u/a/ u/a/odd| u/f w/ w/in/ w/in/f w/up>u/a w/out>u/f");
   link(at("old/src").c_str(), at("hard/src").c_str());
   const struct timespec times[2] = {{1, 0}, {1234567890, 0}};
   utimensat(AT_FDCWD, at("stamped").c_str(), times, 0);
@@ -56,6 +56,7 @@ TEST_F(Operations, RowsRunInOrder) {
     bool want;
     std::istringstream(row) >> op >> a >> b >> want;
     a = a[0] == '/' ? a : at(a);
+    std::replace(a.begin(), a.end(), '%', '\0');
     b = b == "-" ? "" : b;
     const bool done = op == 'd'   ? Fs::create(Directory(a))
                       : op == 'f' ? Fs::create(File(a))
@@ -73,7 +74,8 @@ TEST_F(Operations, RowsRunInOrder) {
   EXPECT_EQ(time, 1234567890);
   EXPECT_TRUE(read("new/big") == big);
   EXPECT_EQ(mode("a/b") + mode("x/y/new"), S_IFDIR + S_IFREG + 2 * 0750u);
-  EXPECT_EQ(read("a/f") + read("old/src") + read("x/y/new"), "a/fsrc");
+  EXPECT_EQ(read("a/f") + read("plain") + read("old/src") + read("x/y/new"),
+            "a/fplainsrc");
   // Overwritten: cut to the source, own mode kept. New: the source's mode,
   // less the umask.
   EXPECT_EQ(mode("old/src") + mode("new/src"), 2 * S_IFREG + 0600u + 0750u);
@@ -81,7 +83,8 @@ TEST_F(Operations, RowsRunInOrder) {
               S_ISFIFO(mode("u/a/odd")) && S_ISLNK(mode("q/dead")) &&
               read("u/f") == "u/f");
   EXPECT_EQ(mode("made") | mode("victim") | mode("new/fifo") |
-                mode("new/zero") | mode("q/sub") | mode("q/f"),
+                mode("new/zero") | mode("q/sub") | mode("q/f") | mode("w") |
+                mode("nul") | mode("new/plain"),
             0u);
   EXPECT_TRUE(S_ISREG(mode("new/dir")) && read("new/dir").empty());
   EXPECT_FALSE(Fs::create(Directory()) || Fs::create(File()));

@@ -8,8 +8,10 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
+#include <numeric>
 #include <set>
 #include <sstream>
 
@@ -29,21 +31,21 @@ class Scratch : public ::testing::Test {
   }
   void TearDown() override {
     unsetenv("TMPDIR");
-    std::filesystem::current_path(previous);
-    std::error_code ignored;  // a failure must not stop the rest
+    std::filesystem::current_path("/");  // out of root, for tests that enter it
+    std::error_code ignored;             // a failure must not stop the rest
     std::filesystem::remove_all(root, ignored);
   }
   std::string at(const std::string& relative) const { return root + relative; }
   // The entries, separated by spaces, in order: "x/" a directory, "x|" a
-  // FIFO, "x>y" a symbolic link to y (below root unless it begins with "/"),
-  // anything else a regular file holding its own name.
+  // FIFO, "x>y" a symbolic link to root's y, anything else a regular file
+  // holding its own name.
   void lay(const std::string& entries) const {
     std::istringstream words(entries);
     for (std::string entry; words >> entry;) {
       const size_t arrow = entry.find('>');
-      const std::string name = at(entry.substr(0, arrow)), to(entry, arrow + 1);
+      const std::string name = at(entry.substr(0, arrow));
       if (arrow != std::string::npos) {
-        symlink((to[0] == '/' ? to : at(to)).c_str(), name.c_str());
+        symlink(at(entry.substr(arrow + 1)).c_str(), name.c_str());
       } else if (entry.back() == '/') {
         mkdir(name.c_str(), 0777);
       } else if (entry.back() == '|') {
@@ -79,8 +81,17 @@ class Scratch : public ::testing::Test {
     }
     return entries;
   }
+  // The paths, below root, each followed by a space.
+  template <class Path>
+  std::string below(const std::vector<Path>& paths, bool sorted) const {
+    std::vector<std::string> texts;
+    for (const Path& path : paths) {
+      texts.push_back(path.toUniversalPath().substr(root.size()) + " ");
+    }
+    if (sorted) std::sort(texts.begin(), texts.end());
+    return std::accumulate(texts.begin(), texts.end(), std::string());
+  }
   std::string root;  // ends in "/"
-  std::filesystem::path previous = std::filesystem::current_path();
 };
 
 #endif  // ZU_TESTS_FILESYSTEM_SCRATCH_H

@@ -1,37 +1,25 @@
 // Linked with the library's objects: the unique-name counter is in reach, so
 // every name is known in advance and the end of the numbers is one store
-// away; and the library's stat() and write() calls land in the definitions
-// below, which fail with an I/O error on any path ending in "/eio" and while
-// writes are made to fail.
+// away; and the library's stat() calls land in the definition below, which
+// fails with an I/O error on any path holding "/eio".
 #include <fcntl.h>
+#include <sys/resource.h>
 #include <sys/syscall.h>
 
-#include <atomic>
 #include <cerrno>
+#include <csignal>
+#include <cstring>
 #include <thread>
 
 #include "filesystem/unique_name.h"
 #include "scratch.h"
 
 extern "C" int stat(const char* path, struct stat* status) {
-  const std::string text(path);
-  if (text.size() >= 4 && text.compare(text.size() - 4, 4, "/eio") == 0) {
+  if (std::strstr(path, "/eio") != nullptr) {
     errno = EIO;
     return -1;
   }
   return static_cast<int>(syscall(SYS_newfstatat, AT_FDCWD, path, status, 0));
-}
-
-namespace {
-std::atomic<bool> writesFail{false};
-}  // namespace
-
-extern "C" ssize_t write(int fd, const void* buffer, size_t count) {
-  if (writesFail && fd > 2) {
-    errno = EIO;
-    return -1;
-  }
-  return syscall(SYS_write, fd, buffer, count);
 }
 
 namespace {
@@ -94,13 +82,17 @@ TEST_F(Scratched, TempFileTakesOnlyARegularFileAndNeverBlocks) {
 
 // A listing that can't tell whether an entry is there makes the tree copy
 // fail, where a missing entry (a dangling link) is left out; so does a write
-// that fails.
+// that fails, here past a file size limit of nothing.
 TEST_F(Scratched, IoErrorsFailTheCopy) {
   lay("s/ s/ok s/gone>none");
   EXPECT_TRUE(Fs::copy(Directory(at("s")), Directory(at("c")), true));
-  writesFail = true;
+  struct rlimit saved;
+  getrlimit(RLIMIT_FSIZE, &saved);
+  const struct rlimit none = {0, saved.rlim_max};
+  signal(SIGXFSZ, SIG_IGN);
+  setrlimit(RLIMIT_FSIZE, &none);
   const bool written = Fs::copy(File(at("s/ok")), Directory(at("c")), true);
-  writesFail = false;
+  setrlimit(RLIMIT_FSIZE, &saved);
   lay("s/eio");
   EXPECT_FALSE(written ||
                Fs::copy(Directory(at("s")), Directory(at("c")), true));
