@@ -10,12 +10,18 @@
 
 static long allocationsLeft = -1;  // before the one that fails; negative: none
 
-void* operator new(size_t size) {
+// Not inlined: an optimiser that pairs an inlined new with its delete would
+// warn that malloc'd blocks reach operator delete.
+[[gnu::noinline]] void* operator new(size_t size) {
   if (allocationsLeft >= 0 && allocationsLeft-- == 0) throw std::bad_alloc();
   return std::malloc(size == 0 ? 1 : size);
 }
-void operator delete(void* block) noexcept { std::free(block); }
-void operator delete(void* block, size_t) noexcept { std::free(block); }
+[[gnu::noinline]] void operator delete(void* block) noexcept {
+  std::free(block);
+}
+[[gnu::noinline]] void operator delete(void* block, size_t) noexcept {
+  std::free(block);
+}
 
 namespace {
 
