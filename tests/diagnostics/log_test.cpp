@@ -6,6 +6,9 @@
 
 #include <stdexcept>
 #include <string>
+#include <tuple>
+
+using namespace Zu;
 
 namespace {
 
@@ -22,117 +25,100 @@ std::string logged(int (*call)()) {
   return testing::internal::GetCapturedStderr() + "|" + thrown + "|" + returned;
 }
 
+// What a deprecated accessor gives: a warning with no newline that names
+// what to use instead, and 0.
+std::string warning(const std::string& name, const std::string& instead) {
+  return "WARN: " + name + "() is deprecated. Use " + instead +
+         "() instead.|-|0";
+}
+
 // A handler that keeps every message: level, format, formatted text.
 std::string recorded;
-void record(Zu::eLogLevel level, const char* format, va_list args) {
+void record(eLogLevel level, const char* format, va_list args) {
   char text[64];
   vsnprintf(text, sizeof text, format, args);
   recorded += std::to_string(level) + " " + format + " -> " + text + ";";
 }
-void ignore(int, const char*, va_list) {}
-
-// Holds the default handler; the threshold and handler go back after a test.
-class Log : public testing::Test {
- protected:
-  void SetUp() override {
-    Zu::LogSetHandler(original = Zu::LogSetHandler(record));
-  }
-  void TearDown() override {
-    Zu::LogSetLevel(Zu::LOG_LEVEL_DEBUG);
-    Zu::LogSetHandler(original);
-  }
-  Zu::LogHandler original;
-};
-
-// Rows of the table below: a call that returns nothing, and a deprecated
-// call, which warns with no newline and returns 0 (or a handler of its own).
-#define SAY(...) [] { return __VA_ARGS__, 0; }
-#define DEPRECATED(call, name, instead)                                  \
-  {                                                                      \
-    3, [] { return int(Zu::call); },                                     \
-        "WARN: " name "() is deprecated. Use " instead "() instead.|-|0" \
-  }
-const std::string LONG = std::string(4999, 'x') + "y";
 
 // A message passes when its level is at most the threshold, 5 after load;
 // only a passing error throws, with its text alone, cut at 4999 characters
 // like the output. The legacy names have fixed levels whatever their int
 // says; ZuFatalError is an error. An assertion puts the last component of
-// its file and its line ("% 4d") in front of the caller's format.
-TEST_F(Log, DefaultHandlerFiltersWritesAndThrows) {
-  EXPECT_EQ(Zu::LogGetLevel(), Zu::LOG_LEVEL_DEBUG);
-  const std::string cut = LONG.substr(0, 4999);
-  const struct {
-    int threshold;
-    int (*call)();
-    std::string want;
-  } rows[] = {
-      {5, SAY(Zu::LogError("m%d", 1)), "ERROR: m1|m1|"},
-      {5, SAY(Zu::LogWarn("m%d", 1)), "WARN: m1|-|0"},
-      {5, SAY(Zu::LogInfo("m%d", 1)), "INFO: m1|-|0"},
-      {5, SAY(Zu::LogDebug("m%d", 1)), "DEBUG: m1|-|0"},
-      {5, SAY(Zu::LogTrace("m%d", 1)), "|-|0"},
-      {6, SAY(Zu::LogTrace("m%d", 1)), "TRACE: m1|-|0"},
-      {1, SAY(Zu::LogError("m")), "|-|0"},
-      {0, SAY(Zu::LogFatal("m")), "|-|0"},
-      {5, SAY(Zu::LogError("%s", LONG.c_str() + 1)),
-       "ERROR: " + LONG.substr(1) + "|" + LONG.substr(1) + "|"},
-      {5, SAY(Zu::LogError("%s", LONG.c_str())),
+// its file and its line ("% 4d") in front of the caller's format. The
+// deprecated accessors warn like any warning and change nothing: a handler
+// setter gives a handler of its own, not null. A call of a function without
+// a result returns 0 after it.
+TEST(Log, DefaultHandlerFiltersWritesAndThrows) {
+  const LogHandler original = LogSetHandler(record);
+  LogSetHandler(original);
+  EXPECT_EQ(LogGetLevel(), LOG_LEVEL_DEBUG);
+  const std::string cut(4999, 'x');
+  const std::tuple<int, int (*)(), std::string> rows[] = {
+      {5, [] { return LogInfo("m%d", 1), 0; }, "INFO: m1|-|0"},
+      {5, [] { return LogDebug("m%d", 1), 0; }, "DEBUG: m1|-|0"},
+      {6, [] { return LogTrace("m%d", 1), 0; }, "TRACE: m1|-|0"},
+      {1, [] { return LogError("m"), 0; }, "|-|0"},
+      {0, [] { return LogFatal("m"), 0; }, "|-|0"},
+      {2, getZuInfoLevel, "|-|0"},
+      {5, [] { return LogError("%s", std::string(5000, 'x').c_str()), 0; },
        "ERROR: " + cut + "|" + cut + "|"},
-      {2, SAY(Zu::ZuFatalError(6, "m%d", 1)), "ERROR: m1|m1|"},
-      {3, SAY(Zu::ZuWarning(1, "m%d", 1)), "WARN: m1|-|0"},
-      {4, SAY(Zu::ZuInfo(-7, "m%d", 1)), "INFO: m1|-|0"},
-      {5, SAY(Zu::ZuAssertImplementation("/u/x.y.cpp", 7, false, "v%d", 5)),
-       "ERROR: x.y.cpp:   7: v5|x.y.cpp:   7: v5|"},
-      {5, SAY(Zu::ZuAssertImplementation("C:\\b.c", 1234, false, "m")),
+      {2, [] { return ZuFatalError(6, "m%d", 1), 0; }, "ERROR: m1|m1|"},
+      {3, [] { return ZuWarning(1, "m%d", 1), 0; }, "WARN: m1|-|0"},
+      {4, [] { return ZuInfo(-7, "m%d", 1), 0; }, "INFO: m1|-|0"},
+      {5, [] { return ZuAssertImplementation("/d/x.c", 7, false, "%d", 5), 0; },
+       "ERROR: x.c:   7: 5|x.c:   7: 5|"},
+      {5, [] { return ZuAssertImplementation("C:\\b.c", 1234, false, "m"), 0; },
        "ERROR: b.c: 1234: m|b.c: 1234: m|"},
-      {5, SAY(Zu::ZuAssertImplementation("", 12, false, "m")),
-       "ERROR: :  12: m|:  12: m|"},
-      DEPRECATED(getZuInfoLevel(), "getZuInfoLevel", "Zu::LogGetLevel"),
-      DEPRECATED(setZuInfoLevel(4), "setZuInfoLevel", "Zu::LogSetLevel"),
-      DEPRECATED(getZuWarningLevel(), "getZuWarningLevel", "Zu::LogGetLevel"),
-      DEPRECATED(setZuWarningLevel(2), "setZuWarningLevel", "Zu::LogSetLevel"),
-      DEPRECATED(getZuFatalErrorLevel(), "getZuFatalErrorLevel",
-                 "Zu::LogGetLevel"),
-      DEPRECATED(setZuFatalErrorLevel(0), "setZuFatalErrorLevel",
-                 "Zu::LogSetLevel"),
-      DEPRECATED(ZuSetInfoHandler(ignore) == ignore, "ZuSetInfoHandler",
-                 "ZuSetLogHandler"),
-      DEPRECATED(ZuSetWarningHandler(ignore) == ignore, "ZuSetWarningHandler",
-                 "ZuSetLogHandler"),
-      DEPRECATED(ZuSetFatalErrorHandler(ignore) == ignore,
-                 "ZuSetFatalErrorHandler", "ZuSetLogHandler"),
-      {2, SAY(Zu::getZuInfoLevel()), "|-|0"}};
-  for (const auto& row : rows) {
-    Zu::LogSetLevel(Zu::eLogLevel(row.threshold));
-    EXPECT_EQ(logged(row.call), row.want) << "row " << &row - rows;
+      {5, getZuInfoLevel, warning("getZuInfoLevel", "Zu::LogGetLevel")},
+      {5, [] { return setZuInfoLevel(4); },
+       warning("setZuInfoLevel", "Zu::LogSetLevel")},
+      {5, getZuWarningLevel, warning("getZuWarningLevel", "Zu::LogGetLevel")},
+      {5, [] { return setZuWarningLevel(2); },
+       warning("setZuWarningLevel", "Zu::LogSetLevel")},
+      {5, getZuFatalErrorLevel,
+       warning("getZuFatalErrorLevel", "Zu::LogGetLevel")},
+      {5, [] { return setZuFatalErrorLevel(0); },
+       warning("setZuFatalErrorLevel", "Zu::LogSetLevel")},
+      {5, [] { return int(!ZuSetInfoHandler(nullptr)); },
+       warning("ZuSetInfoHandler", "ZuSetLogHandler")},
+      {5, [] { return int(!ZuSetWarningHandler(nullptr)); },
+       warning("ZuSetWarningHandler", "ZuSetLogHandler")},
+      {5, [] { return int(!ZuSetFatalErrorHandler(nullptr)); },
+       warning("ZuSetFatalErrorHandler", "ZuSetLogHandler")}};
+  for (const auto& [threshold, call, want] : rows) {
+    LogSetLevel(eLogLevel(threshold));
+    EXPECT_EQ(logged(call), want) << "at level " << threshold;
     // Nothing but LogSetLevel and LogSetHandler changes either.
-    EXPECT_EQ(Zu::LogGetLevel(), row.threshold) << "row " << &row - rows;
-    EXPECT_EQ(Zu::LogSetHandler(original), original) << "row " << &row - rows;
+    EXPECT_EQ(LogGetLevel(), threshold) << want;
+    EXPECT_EQ(LogSetHandler(original), original) << want;
   }
-  Zu::LogSetLevel(Zu::LOG_LEVEL_FATAL);
-  EXPECT_EXIT(Zu::LogFatal("stop %d\n", 3), testing::ExitedWithCode(1),
+  LogSetLevel(LOG_LEVEL_FATAL);
+  EXPECT_EXIT(LogFatal("stop %d\n", 3), testing::ExitedWithCode(1),
               "^FATAL: stop 3\n$");
+  LogSetLevel(LOG_LEVEL_DEBUG);
 }
 
 // The threshold, the output and the throw all belong to the default handler:
 // a replacement gets every message unformatted, and the calls return. A
 // failed assertion hands over its located format, not the expanded text; a
 // passing one reads nothing.
-TEST_F(Log, ReplacedHandlerGetsEveryMessage) {
-  EXPECT_EQ(Zu::LogSetHandler(record), original);
-  Zu::LogSetLevel(Zu::eLogLevel(0));
-  recorded.clear();
-  EXPECT_EQ(
-      logged(SAY(Zu::LogTrace("t"), Zu::LogError("e%d", 2),
-                 Zu::LogFatal("f %s", "x"),
-                 Zu::ZuAssertImplementation(nullptr, 1, true, nullptr),
-                 Zu::ZuAssertImplementation("f.cpp", 9, false, "%s", "x"))),
-      "|-|0");
+TEST(Log, ReplacedHandlerGetsEveryMessage) {
+  const LogHandler original = LogSetHandler(record);
+  LogSetLevel(eLogLevel(0));
+  EXPECT_EQ(logged([] {
+              LogTrace("t");
+              LogError("e%d", 2);
+              LogFatal("f %s", "x");
+              ZuAssertImplementation(nullptr, 1, true, nullptr);
+              ZuAssertImplementation("f.cpp", 9, false, "%s", "x");
+              return 0;
+            }),
+            "|-|0");
   EXPECT_EQ(
       recorded,
       "6 t -> t;2 e%d -> e2;1 f %s -> f x;2 f.cpp:   9: %s -> f.cpp:   9: x;");
-  EXPECT_EQ(Zu::LogSetHandler(original), record);
+  EXPECT_EQ(LogSetHandler(original), record);
+  LogSetLevel(LOG_LEVEL_DEBUG);
 }
 
 }  // namespace

@@ -7,8 +7,7 @@
 #include "paths/normalise.h"
 #include "support/path_model.h"
 
-using ZuPlatform::detail::normaliseDirectoryText;
-using ZuPlatform::detail::normaliseFileText;
+using namespace ZuPlatform::detail;
 
 namespace {
 
@@ -38,11 +37,11 @@ TEST(Normalise, MatchesLiteralModel) {
     for (char& c : text) c = "/\\.ab"[letter(random)];
     for (const char* here : {"/w/x/", "/", "", "/a/../", "//.//", "/b\\./"}) {
       fakeCurrentDirectory = here;
-      ASSERT_EQ(normaliseDirectoryText(text, queryFake),
-                pathmodel::directory(text, here))
-          << "directory of \"" << text << "\" in " << here;
-      ASSERT_EQ(normaliseFileText(text, queryFake), pathmodel::file(text, here))
-          << "file of \"" << text << "\" in " << here;
+      ASSERT_EQ(
+          normaliseFileText(text, queryFake) + " " +
+              normaliseDirectoryText(text, queryFake),
+          pathmodel::file(text, here) + " " + pathmodel::directory(text, here))
+          << "\"" << text << "\" in " << here;
     }
   }
 }
@@ -53,8 +52,7 @@ TEST(Normalise, PathsOrderByUnsignedBytes) {
   const char* ascending[] = {"", "/", "/B/", "/a/", "/a/b/", "/a/b/c", "/\xff"};
   for (size_t i = 0; i < 7; ++i) {
     for (size_t j = 0; j < 7; ++j) {
-      EXPECT_EQ(ZuPlatform::detail::lessByBytes(ascending[i], ascending[j]),
-                i < j)
+      EXPECT_EQ(lessByBytes(ascending[i], ascending[j]), i < j)
           << ascending[i] << " < " << ascending[j];
     }
   }

@@ -16,9 +16,8 @@ inline std::string file(std::string path, const std::string& currentDirectory) {
   std::replace(path.begin(), path.end(), '\\', '/');
   if (!path.empty() && path[0] != '/') path = currentDirectory + path;
   // As long as "/./" occurs, its first occurrence becomes "/".
-  for (size_t p; (p = path.find("/./")) != std::string::npos;) {
+  for (size_t p; (p = path.find("/./")) != std::string::npos;)
     path.replace(p, 3, "/");
-  }
   // As long as "/../" occurs at p: the last "/" before p at q, and [q, p + 4)
   // becomes "/". With no "/" before p the collapse stops for good.
   for (size_t p, q; (p = path.find("/../")) != std::string::npos;) {
