@@ -32,4 +32,20 @@ TEST(PathValue, RelativeToTakesAwayOnlyAPrefix) {
   }
 }
 
+// Every climb tests all candidates again. A literal relative root ("./a/",
+// as HOME may give) climbs to an absolute parent that no longer covers the
+// candidates it covered before, so the climb goes on to "/" and gives up.
+TEST(PathValue, CommonRootRetestsEveryCandidateAfterAClimb) {
+  const std::string home = getEnv("HOME");
+  std::vector<Directory> candidates;
+  for (const char* value : {"./a", "./a/b"}) {
+    setenv("HOME", value, 1);
+    candidates.emplace_back(Directory::WELL_KNOWN_HOME);
+  }
+  setenv("HOME", home.c_str(), 1);
+  EXPECT_EQ(Directory::commonRootOf(candidates)->toUniversalPath(), "./a/");
+  candidates.emplace_back(Directory::WELL_KNOWN_CURRENT);
+  EXPECT_EQ(Directory::commonRootOf(candidates), nullptr);
+}
+
 }  // namespace
