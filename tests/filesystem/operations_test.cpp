@@ -6,6 +6,14 @@ namespace {
 
 using Operations = Scratch;
 
+// A process starts counting at 1; the death test runs in a fresh one.
+TEST(UniqueName, AProcessStartsAtOne) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  EXPECT_EXIT(
+      exit(Fs::createUniqueName("n") != "n_" + std::to_string(getpid()) + "_1"),
+      testing::ExitedWithCode(0), "");
+}
+
 TEST_F(Operations, RowsRunInOrder) {
   // Each row: operation, path, second argument ("-" for none), the answer
   // wanted. d/f: create a directory/file; r/R: remove a file/directory; m/M:

@@ -2,6 +2,8 @@
 // every name is known in advance and the end of the numbers is one store
 // away; and the library's stat() calls land in the definition below, which
 // fails with an I/O error on any path holding "/eio".
+#include <dirent.h>
+#include <dlfcn.h>
 #include <fcntl.h>
 #include <sys/resource.h>
 #include <sys/syscall.h>
@@ -20,6 +22,20 @@ extern "C" int stat(const char* path, struct stat* status) {
     return -1;
   }
   return static_cast<int>(syscall(SYS_newfstatat, AT_FDCWD, path, status, 0));
+}
+
+// Likewise a directory stream cannot be made for a directory whose path
+// holds "/nodir".
+extern "C" DIR* fdopendir(int fd) {
+  char path[PATH_MAX] = {};
+  readlink(("/proc/self/fd/" + std::to_string(fd)).c_str(), path, PATH_MAX - 1);
+  if (std::strstr(path, "/nodir") != nullptr) {
+    errno = EIO;
+    return nullptr;
+  }
+  static const auto next =
+      reinterpret_cast<DIR* (*)(int)>(dlsym(RTLD_NEXT, "fdopendir"));
+  return next(fd);
 }
 
 namespace {
@@ -93,9 +109,16 @@ TEST_F(Scratched, IoErrorsFailTheCopy) {
   setrlimit(RLIMIT_FSIZE, &none);
   const bool written = Fs::copy(File(at("s/ok")), Directory(at("c")), true);
   setrlimit(RLIMIT_FSIZE, &saved);
-  lay("s/eio");
+  lay("s/eio n/ n/nodir/ n/nodir/f");
+  const auto open = [] {
+    return std::distance(std::filesystem::directory_iterator("/proc/self/fd"),
+                         {});
+  };
+  const long before = open();
   EXPECT_FALSE(written ||
-               Fs::copy(Directory(at("s")), Directory(at("c")), true));
+               Fs::copy(Directory(at("s")), Directory(at("c")), true) ||
+               Fs::copy(Directory(at("n")), Directory(at("c")), true));
+  EXPECT_EQ(open(), before);
 }
 
 }  // namespace
