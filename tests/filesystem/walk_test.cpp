@@ -26,6 +26,11 @@ TEST_F(Walks, RemoveCopyAndGlobActOnlyOnRealEntriesOfTheTree) {
   const auto outside = snapshot("p/t");
   EXPECT_FALSE(Fs::remove(Directory(at("p/t"))));
   EXPECT_EQ(snapshot("p/t"), outside);
+  // A lone directory so named, with no file beside it, fails both the same.
+  lay("q/ q/x\\../ q/x\\../in");
+  EXPECT_FALSE(Fs::copy(Directory(at("q")), Directory(at("c")), true) ||
+               Fs::remove(Directory(at("q"))));
+  EXPECT_EQ(read("q/x\\../in"), "q/x\\../in");
 }
 
 TEST_F(Walks, GlobIsDepthFirstOverRegularFilesWithoutCycles) {

@@ -19,6 +19,16 @@ TEST(PathValue, NameSplitsAtItsLastDot) {
   }
 }
 
+// Assignment copies the text, also onto itself.
+TEST(PathValue, AssignmentCopiesTheText) {
+  File file("/a");
+  Directory directory("/d");
+  file = File("/b");
+  file = file;
+  directory = Directory("/e");
+  EXPECT_EQ(file.toUniversalPath() + directory.toUniversalPath(), "/b/e/");
+}
+
 // Only a prefix is taken away: a later hit, or a name that merely begins
 // like the base, is no ancestor. Rows: path, base, the path relative to it.
 TEST(PathValue, RelativeToTakesAwayOnlyAPrefix) {
