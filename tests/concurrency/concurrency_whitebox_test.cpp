@@ -1,8 +1,11 @@
 // Failures that the platform will not produce on demand, and moments a thread
 // passes too fast to catch, forced through the library's private seams.
+#include <malloc.h>
+
 #include <cerrno>
 #include <cstdlib>
 
+#include "concurrency/sleep_rule.h"
 #include "concurrency/test_hooks.h"
 #include "concurrency/test_support.h"
 
@@ -26,8 +29,10 @@ static thread_local bool failAllocations = false;
 // threads that started, says nothing, and its destructor never waits for one
 // that did not; a stepper whose worker cannot start stays stopped; a
 // semaphore whose count cannot be set reports each use and never blocks.
+// Racing starts of a stopped stepper make one creation between them.
 TEST(PlatformRefusals, PoolStepperAndSemaphoreCarryOn) {
-  threadCreateFilter = [] { return creationsAllowed.fetch_sub(1) > 0; };
+  // Slow, so that a second creation would fall within the first.
+  threadCreateFilter = [] { return settle(), creationsAllowed-- > 0; };
   testing::internal::CaptureStderr();
   for (auto [asked, allowed] : {std::pair{4u, 2}, {3u, 0}}) {
     creationsAllowed = allowed;
@@ -41,7 +46,12 @@ TEST(PlatformRefusals, PoolStepperAndSemaphoreCarryOn) {
       EXPECT_EQ(unit.processes - unit.aborts, allowed ? 1 : -1) << asked;
   }
   ScriptedStepper stepper;
-  creationsAllowed = 0;
+  creationsAllowed = 1;
+  std::atomic<int> running{0};
+  auto start = [&] { running += stepper.start() && stepper.getThreadState(); };
+  Background{start}, Background{start}, Background{start};
+  EXPECT_EQ(running, 3) << "a start that failed or found the stepper stopped";
+  stepper.stop();
   EXPECT_TRUE(!stepper.start() && stepper.getThreadState() == 0);
   threadCreateFilter = nullptr;
   Semaphore dead(0x80000000u);
@@ -105,8 +115,8 @@ TEST(SharedMemory, OpenCloseAndReopen) {
 }
 
 // The recursive handle counts its owner's try-lock as one more lock; a held
-// handle fails another thread's try-lock with EBUSY at once. Destroying null
-// does nothing.
+// handle fails another thread's try-lock with EBUSY at once. Each destroy frees
+// its handle; destroying null does nothing.
 TEST(LockHandles, RecursiveForTheOwnerBusyForOthers) {
   Zu::ZuThreadMutex* recursive = Zu::ZuThreadMutexCreate();
   Zu::ZuMutex* plain = Zu::ZuMutexCreate();
@@ -118,7 +128,28 @@ TEST(LockHandles, RecursiveForTheOwnerBusyForOthers) {
     EXPECT_EQ(Zu::ZuThreadMutexTryLock(recursive), EBUSY);
   }).join();
   Zu::ZuMutexUnlock(plain), Zu::ZuThreadMutexUnlock(recursive);
+  Zu::ZuConditionVariable* woken = Zu::ZuConditionVariableCreate();
+  EXPECT_EQ(Zu::ZuConditionVariableSignal(woken), 0) << "with no waiter";
+  Zu::ZuConditionVariableDestroy(woken);
   Zu::ZuMutexDestroy(plain), Zu::ZuThreadMutexDestroy(recursive);
+  const std::size_t inUse = mallinfo2().uordblks;
+  for (int i = 0; i < 1000; ++i) {
+    Zu::ZuMutexDestroy(Zu::ZuMutexCreate());
+    Zu::ZuThreadMutexDestroy(Zu::ZuThreadMutexCreate());
+    Zu::ZuConditionVariableDestroy(Zu::ZuConditionVariableCreate());
+  }
+  EXPECT_LT(mallinfo2().uordblks, inUse + 1000) << "a handle left allocated";
   Zu::ZuMutexDestroy(nullptr), Zu::ZuThreadMutexDestroy(nullptr);
   Zu::ZuConditionVariableDestroy(nullptr);
+}
+
+// Up to a second of microseconds goes to usleep; longer, whole seconds to
+// sleep, the rest cut off.
+TEST(SleepRule, MicrosecondsUpToASecondThenWholeSeconds) {
+  const unsigned long rows[][3] = {
+      {0, false, 0}, {1000, false, 1000000}, {1001, true, 1}, {2999, true, 2}};
+  for (const auto& [ms, whole, argument] : rows) {
+    const Zu::detail::SleepCall call = Zu::detail::sleepCallFor(ms);
+    EXPECT_TRUE(call.wholeSeconds == whole && call.argument == argument) << ms;
+  }
 }

@@ -99,3 +99,22 @@ TEST(StepperEnd, EachEndReportsAndAllowsRestart) {
     EXPECT_EQ(ScriptedStepper::stateAtEnd, STOPPED) << "deleted while running";
   }
 }
+
+// A pause that meets the worker's own end leaves STATE_STOPPED and a pause
+// that stop() hands back, before or after a restart; then a worker steps and
+// the same thread can pause it again.
+TEST(StepperEnd, PauseMeetingTheWorkersEndAllowsRestart) {
+  for (bool restartFirst : {false, true}) {
+    ScriptedStepper stepper;
+    // The first step lasts long enough for the pause to come in during it.
+    stepper.body = [](int i) { return i || (settle(), false); };
+    ASSERT_TRUE(stepper.start() && waitUntil([&] { return +stepper.steps; }));
+    stepper.pause(true);  // meets the step that ends the worker
+    ASSERT_TRUE(waitUntil([&] { return stepper.getThreadState() == STOPPED; }));
+    EXPECT_TRUE(!restartFirst || stepper.start());
+    stepper.stop();
+    EXPECT_TRUE(stepper.start() && stepper.stepsAdvance()) << restartFirst;
+    EXPECT_TRUE((stepper.pause(true), stepper.stepsAdvance(false)));
+    stepper.stop();
+  }
+}

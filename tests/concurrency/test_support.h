@@ -37,7 +37,7 @@ struct Background {
   ~Background() { thread.join(); }
   bool blocked() const { return settle(), !finished; }
   bool ends() const {
-    return waitUntil([&] { return finished.load(); });
+    return waitUntil([&] { return +finished; });
   }
 
   std::atomic<bool> finished{false};
@@ -70,8 +70,7 @@ struct CountingUnit : ThreadPool::WorkUnit {
   void process() override { end(onProcess, processes, 'p'); }
   void abort() override { end(onAbort, aborts, 'a'); }
   void end(const std::function<void()>& hook, std::atomic<int>& n, char what) {
-    if (what == 'p')
-      entered = true, waitUntil([&] { return mayFinish.load(); });
+    if (what == 'p') entered = true, waitUntil([&] { return +mayFinish; });
     hook ? hook() : void(), n.fetch_add(1);
     static std::mutex logMutex;
     std::lock_guard<std::mutex> lock(logMutex);

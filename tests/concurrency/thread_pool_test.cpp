@@ -1,3 +1,4 @@
+#include <csignal>
 #include <memory>
 
 #include "concurrency/test_support.h"
@@ -7,7 +8,7 @@ using namespace zutest;
 // Queued units run in queue order once the running one is done. If the pool
 // goes first, it aborts them in that order while the running unit still runs,
 // and returns once that one has finished by process. Without threads every
-// unit waits in the queue until then.
+// unit waits in the queue until then. A signal to a waiter leaves it waiting.
 TEST(ThreadPoolOrder, QueuedUnitsRunOrAreAbortedInQueueOrder) {
   const std::tuple<unsigned int, bool, const char*> rows[] = {
       {1, true, "p0 p1 p2 p3 "},  // with the units run before the pool goes
@@ -21,7 +22,9 @@ TEST(ThreadPoolOrder, QueuedUnitsRunOrAreAbortedInQueueOrder) {
     pool->add(&first);  // keeps the others queued behind it
     ASSERT_TRUE(waitUntil([&] { return !threads || first.entered; }));
     pool->add({&one, &two}), pool->add(nullptr), pool->add(&three);
+    sysv_signal(SIGUSR1, [](int) {});  // no SA_RESTART: sem_wait sees EINTR
     Background waiter([&] { three.wait(); });
+    settle(), pthread_kill(waiter.thread.native_handle(), SIGUSR1);
     EXPECT_TRUE(waiter.blocked()) << "a unit went idle before its turn";
     if (drain) first.mayFinish = true, three.wait();
     Background destroyer([&] { pool.reset(); });
