@@ -119,6 +119,22 @@ TEST_F(Scratched, IoErrorsFailTheCopy) {
                Fs::copy(Directory(at("s")), Directory(at("c")), true) ||
                Fs::copy(Directory(at("n")), Directory(at("c")), true));
   EXPECT_EQ(open(), before);
+  // Short of descriptors, the copy answers true only when it is whole.
+  lay("m/ m/d/ m/d/f");
+  const int lowestFree = ::open("/dev/null", O_RDONLY);
+  ::close(lowestFree);
+  struct rlimit descriptors;
+  getrlimit(RLIMIT_NOFILE, &descriptors);
+  for (int room = 0; room < 10; ++room) {
+    const std::string target = "k" + std::to_string(room);
+    const struct rlimit few = {rlim_t(lowestFree + room), descriptors.rlim_max};
+    setrlimit(RLIMIT_NOFILE, &few);
+    const bool copied =
+        Fs::copy(Directory(at("m")), Directory(at(target)), true);
+    setrlimit(RLIMIT_NOFILE, &descriptors);
+    EXPECT_EQ(copied, read(target + "/d/f") == "m/d/f") << room;
+  }
+  EXPECT_EQ(read("k9/d/f"), "m/d/f");
 }
 
 }  // namespace

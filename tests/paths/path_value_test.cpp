@@ -19,6 +19,11 @@ TEST(PathValue, NameSplitsAtItsLastDot) {
   }
 }
 
+// A directory's name is its last component; the root has none.
+TEST(PathValue, DirectoryNameIsItsLastComponent) {
+  EXPECT_EQ(Directory("/a/bc/").getName() + Directory("/").getName(), "bc");
+}
+
 // Assignment copies the text, also onto itself.
 TEST(PathValue, AssignmentCopiesTheText) {
   File file("/a");
