@@ -1,5 +1,7 @@
 #include <csignal>
 #include <memory>
+#include <thread>
+#include <vector>
 
 #include "concurrency/test_support.h"
 
@@ -80,5 +82,33 @@ TEST(ThreadPoolFailures, UnitsThatThrowOrEndTheirThreadBecomeIdle) {
     failing.wait();
     EXPECT_EQ(testing::internal::GetCapturedStderr(), stderrText);
     EXPECT_EQ(threadsLeft ? after.processes : after.aborts, 1) << threads;
+  }
+}
+
+// Four producers feed a pool of three, singly and in batches of two, round
+// after round: every add ends exactly once, by process, whatever the
+// interleaving.
+TEST(ThreadPoolLoad, EveryAddEndsExactlyOnceByProcess) {
+  const int perProducer = 1000, rounds = 10;
+  std::unique_ptr<CountingUnit[]> units(new CountingUnit[4 * perProducer]);
+  {
+    ThreadPool pool(3);
+    for (int round = 0; round < rounds; ++round) {
+      std::vector<std::thread> producers;
+      for (int first = 0; first < 4 * perProducer; first += perProducer) {
+        producers.emplace_back([&, first] {
+          for (int i = first; i < first + perProducer; i += 4) {
+            pool.add(&units[i]), pool.add(&units[i + 1]);
+            pool.add({&units[i + 2], &units[i + 3]});
+          }
+        });
+      }
+      for (std::thread& producer : producers) producer.join();
+      for (int i = 0; i < 4 * perProducer; ++i) units[i].wait();
+    }
+  }
+  for (int i = 0; i < 4 * perProducer; ++i) {
+    ASSERT_EQ(units[i].processes * 100 + units[i].aborts, rounds * 100)
+        << "unit " << i;
   }
 }
