@@ -33,6 +33,10 @@ long openDescriptors() {
 using AllocationFailure = Scratch;
 
 TEST_F(AllocationFailure, LeavesNoDescriptorOpen) {
+  // Without a standard input, descriptor 0 is the first the calls get, and
+  // it must come back like any other.
+  close(0);
+  const long atStart = openDescriptors();
   lay("s/ s/a/ s/a/f s/g");
   const Directory source(at("s")), copy(at("c")), doomed(at("r"));
   const std::function<void()> calls[] = {
@@ -53,6 +57,7 @@ TEST_F(AllocationFailure, LeavesNoDescriptorOpen) {
       ASSERT_EQ(openDescriptors(), before) << &call - calls << ' ' << failing;
     }
   }
+  EXPECT_EQ(openDescriptors(), atStart);
 }
 
 }  // namespace
