@@ -1,4 +1,8 @@
+#include <sys/resource.h>
+#include <unistd.h>
+
 #include <csignal>
+#include <fstream>
 #include <memory>
 #include <thread>
 #include <vector>
@@ -112,3 +116,24 @@ TEST(ThreadPoolLoad, EveryAddEndsExactlyOnceByProcess) {
         << "unit " << i;
   }
 }
+
+#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
+// Leaves no room for another thread's stack, then exits with whether
+// creating one gave 0.
+void createWithoutRoom() {
+  unsigned long pages = 0;
+  std::ifstream("/proc/self/statm") >> pages;
+  const rlim_t room = (pages + 256) * sysconf(_SC_PAGESIZE);
+  const struct rlimit limit = {room, room};
+  setrlimit(RLIMIT_AS, &limit);
+  exit(Zu::ZuThreadCreate([](void*) -> void* { return nullptr; }, nullptr));
+}
+
+// A thread that cannot be created gives 0. In a fresh process, with no freed
+// stack cached to reuse; not under a sanitizer, whose reservations leave no
+// address space to limit.
+TEST(NativeThreads, ACreationThatFailsGivesZero) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  EXPECT_EXIT(createWithoutRoom(), testing::ExitedWithCode(0), "");
+}
+#endif
