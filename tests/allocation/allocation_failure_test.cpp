@@ -1,27 +1,8 @@
-// This program replaces the global operator new, so that the Nth allocation
-// after arming throws std::bad_alloc. The listings and the walks run under
-// it with N = 1, 2, ... until a call gets through: nothing but bad_alloc may
-// escape, and no descriptor may stay open.
-#include <cstdlib>
-#include <functional>
-#include <new>
-
+// The Nth allocation after arming throws std::bad_alloc. The listings and the
+// walks run under it with N = 1, 2, ... until a call gets through: nothing but
+// bad_alloc may escape, and no descriptor may stay open.
 #include "filesystem/scratch.h"
-
-static long allocationsLeft = -1;  // before the one that fails; negative: none
-
-// Not inlined: an optimiser that pairs an inlined new with its delete would
-// warn that malloc'd blocks reach operator delete.
-[[gnu::noinline]] void* operator new(size_t size) {
-  if (allocationsLeft >= 0 && allocationsLeft-- == 0) throw std::bad_alloc();
-  return std::malloc(size == 0 ? 1 : size);
-}
-[[gnu::noinline]] void operator delete(void* block) noexcept {
-  std::free(block);
-}
-[[gnu::noinline]] void operator delete(void* block, size_t) noexcept {
-  std::free(block);
-}
+#include "support/failing_new.h"
 
 namespace {
 

@@ -3,27 +3,17 @@
 #include <malloc.h>
 
 #include <cerrno>
-#include <cstdlib>
 
 #include "concurrency/sleep_rule.h"
 #include "concurrency/test_hooks.h"
 #include "concurrency/test_support.h"
+#include "support/failing_new.h"
 
 using namespace zutest;
 using namespace ZuPlatform::detail;
 
 static std::atomic<int> creationsAllowed{0};
 static std::atomic<bool> workerMayLetGo{false};
-static thread_local bool failAllocations = false;
-
-// Every allocation of this program; fails while the thread says so. Out of
-// line, so that the compiler pairs no new expression with free.
-[[gnu::noinline]] void* operator new(std::size_t size) {
-  void* block = failAllocations ? nullptr : std::malloc(size ? size : 1);
-  return block ? block : throw std::bad_alloc();
-}
-[[gnu::noinline]] void operator delete(void* p) noexcept { std::free(p); }
-[[gnu::noinline]] void operator delete(void* p, size_t) noexcept { free(p); }
 
 // What the platform refuses, the library lives with: the pool runs on the
 // threads that started, says nothing, and its destructor never waits for one
@@ -72,12 +62,12 @@ TEST(QueueGrowthFailure, AddThrowsWithNothingQueuedOrClaimed) {
     std::size_t queued = 0;  // by the single adds before the refused one
     {
       ThreadPool pool(0);
-      failAllocations = true;
+      allocationsLeft = 0;
       auto addEach = [&] {
         for (; queued < all.size(); ++queued) pool.add(all[queued]);
       };
       EXPECT_THROW(batch ? pool.add(all) : addEach(), std::bad_alloc);
-      failAllocations = false;
+      allocationsLeft = -1;
       Background retry([&] { pool.add({all.begin() + queued, all.end()}); });
       EXPECT_TRUE(retry.ends()) << batch;
     }

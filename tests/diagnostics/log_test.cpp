@@ -106,12 +106,9 @@ TEST(Log, ReplacedHandlerGetsEveryMessage) {
   const LogHandler original = LogSetHandler(record);
   LogSetLevel(eLogLevel(0));
   EXPECT_EQ(logged([] {
-              LogTrace("t");
-              LogError("e%d", 2);
-              LogFatal("f %s", "x");
-              ZuAssertImplementation(nullptr, 1, true, nullptr);
-              ZuAssertImplementation("f.cpp", 9, false, "%s", "x");
-              return 0;
+              return LogTrace("t"), LogError("e%d", 2), LogFatal("f %s", "x"),
+                     ZuAssertImplementation(nullptr, 1, true, nullptr),
+                     ZuAssertImplementation("f.cpp", 9, false, "%s", "x"), 0;
             }),
             "|-|0");
   EXPECT_EQ(

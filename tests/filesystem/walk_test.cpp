@@ -1,7 +1,5 @@
 // The tree walks (remove, copy, glob), also on trees laid out to lead them
 // astray.
-#include <fcntl.h>
-#include <limits.h>
 
 #include "scratch.h"
 
@@ -91,33 +89,6 @@ TEST_F(Walks, CopyMergesStopsAtTheFirstFailureAndNeverLoops) {
   EXPECT_EQ(read("t1/a/f") + read("t2/a/f") + read("t2/a/theirs") +
                 read("t2/top") + read("s/e/out/a/b/low") + read("p/f"),
             "t1/a/fs/a/ft2/a/theirss/tops/a/b/lowp/a/a/f");
-}
-
-TEST_F(Walks, TakeOnlyWhatTheListingsReach) {
-  // At the bottom of a chain of directories close to the path-length limit,
-  // a name that takes the full path past it is in no listing: the walks pass
-  // it by as the listings do, and that is no failure.
-  std::string deep = "t/";
-  while (at(deep).size() < PATH_MAX - 200) deep += std::string(99, 'd') + "/";
-  std::filesystem::create_directories(at(deep));
-  lay(deep + "f");
-  const int bottom = open(at(deep).c_str(), O_RDONLY | O_DIRECTORY);
-  const std::string name(250, 'x');
-  close(openat(bottom, name.c_str(), O_CREAT | O_WRONLY, 0600));
-  EXPECT_EQ(Fs::glob(Directory(at("t")), "*", true).size(), 1u);
-  EXPECT_TRUE(Fs::copy(Directory(at("t")), Directory(at("c")), true));
-  unlinkat(bottom, name.c_str(), 0);  // beyond what a clean-up by path reaches
-  close(bottom);
-}
-
-// The other operations and the listings are checked with their kind.
-TEST_F(Walks, ADirectoryPathHoldingNulNamesNothing) {
-  lay("d/ d/f");
-  const std::string cut("\0x", 2);
-  const Directory directory(at("d") + cut);
-  EXPECT_EQ(File(at("d/f") + cut).getName(), "f" + cut);  // an ordinary byte
-  EXPECT_FALSE(Fs::copy(directory, Directory(at("c")), true));
-  EXPECT_EQ(Fs::glob(directory, "*", true).size() + mode("c"), 0u);
 }
 
 }  // namespace

@@ -6,7 +6,6 @@
 #include <climits>
 #include <cstdint>
 #include <cstring>
-#include <vector>
 
 namespace {
 
@@ -89,37 +88,6 @@ TEST(AllocatorTable, ResizeToZeroKeepsTheBlock) {
   block = Zu::ZuMemory::resize(block, 4096);
   EXPECT_STREQ(static_cast<char*>(block), "fifteen chars..");
   Zu::ZuMemory::destroy(block);
-}
-
-// What the last call through the table recorded: its arguments, or its slot
-// and block.
-std::vector<uintptr_t> seen;
-
-// A store into a slot serves the very next call of either family, with the
-// arguments and the result passed through unchanged.
-TEST(AllocatorTable, StoredSlotsServeBothFamilies) {
-  const KaMemoryAPITable saved = KaMemoryAPI;
-  KaMemoryAPI.createAligned = [](unsigned long n, unsigned long a) -> void* {
-    return seen = {n, a}, &seen;
-  };
-  KaMemoryAPI.destroy = [](void* p) { seen = {4, uintptr_t(p)}; };
-  KaMemoryAPI.destroyAligned = [](void* p) { seen = {5, uintptr_t(p)}; };
-  EXPECT_EQ(KaMemoryAPI_createAligned(15, 1ul << 40), &seen);
-  EXPECT_EQ(seen, (std::vector<uintptr_t>{15, 1ul << 40}));
-  EXPECT_EQ(Zu::ZuMemory::createAligned(16, 0xFFFFFFF0u), &seen);
-  EXPECT_EQ(seen, (std::vector<uintptr_t>{16, 0xFFFFFFF0}));  // zero-extended
-  // Each record differs from the one before, so a call that reached no slot
-  // shows.
-  const std::pair<void (*)(void*), uintptr_t> destroys[] = {
-      {KaMemoryAPI_destroy, 4},
-      {KaMemoryAPI_destroyAligned, 5},
-      {Zu::ZuMemory::destroy, 4},
-      {Zu::ZuMemory::destroyAligned, 5}};
-  for (const auto& [destroy, slot] : destroys) {
-    destroy(&seen);
-    EXPECT_EQ(seen, (std::vector<uintptr_t>{slot, uintptr_t(&seen)}));
-  }
-  KaMemoryAPI = saved;
 }
 
 }  // namespace

@@ -11,7 +11,7 @@ using Contents = Scratch;
 // are appended to, never cleared, also when they hold the listed directory
 // itself and must grow. Existence is access(): any type counts. A path
 // holding a NUL byte names nothing, though the system would see a shorter
-// one.
+// one: it is neither listed, globbed nor copied.
 TEST_F(Contents, ListsByTypeFollowingLinks) {
   lay("sub/ .../ plain .hidden sub/inner odd\\name fifo| dangling>nowhere "
       "dirlink>sub filelink>plain");
@@ -26,11 +26,14 @@ TEST_F(Contents, ListsByTypeFollowingLinks) {
   const std::string cut("\0x", 2);
   for (const Directory& none :
        {Directory(at("plain")), Directory(), Directory(at("sub") + cut)}) {
-    EXPECT_TRUE(none.directories().empty() && none.files().empty());
+    EXPECT_TRUE(none.directories().empty() && none.files().empty() &&
+                Fs::glob(none, "*", true).empty());
     EXPECT_FALSE(none.exists() || none.hasFile("inner"));  // "plain/" too
   }
   EXPECT_TRUE(Directory(root).hasFile("sub") &&
               Directory(root).hasDirectory("plain"));
+  EXPECT_FALSE(Fs::copy(Directory(at("sub") + cut), Directory(at("c")), true) ||
+               mode("c"));
   EXPECT_FALSE(Directory(root).hasFile("dangling") ||
                File(at("plain") + cut).exists());
 }
