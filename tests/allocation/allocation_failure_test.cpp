@@ -6,11 +6,6 @@
 
 namespace {
 
-long openDescriptors() {
-  return std::distance(std::filesystem::directory_iterator("/proc/self/fd"),
-                       {});
-}
-
 using AllocationFailure = Scratch;
 
 TEST_F(AllocationFailure, LeavesNoDescriptorOpen) {

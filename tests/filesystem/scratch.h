@@ -91,6 +91,11 @@ class Scratch : public ::testing::Test {
     if (sorted) std::sort(texts.begin(), texts.end());
     return std::accumulate(texts.begin(), texts.end(), std::string());
   }
+  // How many descriptors the process has open.
+  static long openDescriptors() {
+    using Fds = std::filesystem::directory_iterator;
+    return std::distance(Fds("/proc/self/fd"), Fds());
+  }
   std::string root;  // ends in "/"
 };
 

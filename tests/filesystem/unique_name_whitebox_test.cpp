@@ -90,15 +90,11 @@ TEST_F(Scratched, IoErrorsFailTheCopy) {
   const bool written = Fs::copy(File(at("s/ok")), Directory(at("c")), true);
   setrlimit(RLIMIT_FSIZE, &saved);
   lay("s/eio n/ n/nodir/ n/nodir/f");
-  const auto open = [] {
-    return std::distance(std::filesystem::directory_iterator("/proc/self/fd"),
-                         {});
-  };
-  const long before = open();
+  const long before = openDescriptors();
   EXPECT_FALSE(written ||
                Fs::copy(Directory(at("s")), Directory(at("c")), true) ||
                Fs::copy(Directory(at("n")), Directory(at("c")), true));
-  EXPECT_EQ(open(), before);
+  EXPECT_EQ(openDescriptors(), before);
   // Short of descriptors, the copy answers true only when it is whole.
   lay("m/ m/d/ m/d/f");
   const int lowestFree = ::open("/dev/null", O_RDONLY);

@@ -40,17 +40,25 @@ TEST_F(Contents, ListsByTypeFollowingLinks) {
 
 TEST_F(Contents, CommonRootClimbsWhileParentExists) {
   // Candidates, then "=" and the common root, "!" for an empty pointer;
-  // below the scratch root unless they begin with "/"; "-" is the empty path.
+  // below the scratch root unless they begin with "/"; "-" is the empty path;
+  // "~x" the home directory with HOME set to x, which is taken literally.
   lay("a/ a/b/ a/b/c/ a/bc/ a/bd/ sub/");
+  const std::string home = ZuPlatform::getEnv("HOME");
   const char* const rows[] = {
       "= !", "no/such/ = no/such/", "a/b/ a/b/c/ = a/b/", "a/b/c/ a/b/ = a/b/",
       "a/b/ a/bc/ = a/", "a/b/ sub/ a/bd/ = .", "a/b/ /elsewhere/ = /",
       "no/such/a/ no/such/b/ = !", "a/gone/ a/b/ = a/",
       // The empty path is an answer only as the first candidate.
-      "- a/ = -", "a/ - = !"};
+      "- a/ = -", "a/ - = !",
+      // Every climb tests all candidates again: a literal relative root
+      // climbs to an absolute parent, which no longer covers the candidates
+      // it covered before, so the climb goes on to "/" and gives up.
+      "~./a ~./a/b = ~./a", "~./a ~./a/b a/ = !"};
   auto make = [&](const std::string& word) {
-    return word == "-" ? Directory()
-                       : Directory(word[0] == '/' ? word : at(word));
+    if (word[0] == '~') setenv("HOME", word.c_str() + 1, 1);
+    return word[0] == '~' ? Directory(Directory::WELL_KNOWN_HOME)
+           : word == "-"  ? Directory()
+                          : Directory(word[0] == '/' ? word : at(word));
   };
   for (const char* row : rows) {
     std::istringstream words(row);
@@ -63,6 +71,7 @@ TEST_F(Contents, CommonRootClimbsWhileParentExists) {
               word == "!" ? "!" : make(word).toUniversalPath())
         << row;
   }
+  setenv("HOME", home.c_str(), 1);
 }
 
 }  // namespace

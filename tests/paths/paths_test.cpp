@@ -39,7 +39,8 @@ namespace {
 
 // Only the last component counts, split at its last "."; base name and
 // extension always join back to the name. Rows: the path, a blank, then
-// name|base name|extension.
+// name|base name|extension. A directory's name is its last component too;
+// the root has none.
 TEST(PathValue, NameSplitsAtItsLastDot) {
   for (const std::string row :
        {"/d.x/ ||", "/d.x/a.b.c a.b.c|a.b|.c", "/d/.b .b||.b", "/a. a.|a|."}) {
@@ -48,10 +49,6 @@ TEST(PathValue, NameSplitsAtItsLastDot) {
                   file.getBaseName() + "|" + file.getExtension(),
               row);
   }
-}
-
-// A directory's name is its last component; the root has none.
-TEST(PathValue, DirectoryNameIsItsLastComponent) {
   EXPECT_EQ(Directory("/a/bc/").getName() + Directory("/").getName(), "bc");
 }
 
@@ -66,22 +63,6 @@ TEST(PathValue, RelativeToTakesAwayOnlyAPrefix) {
     EXPECT_EQ(Directory(row[0]).relativeTo(Directory(row[1])), row[2])
         << row[0] << " from " << row[1];
   }
-}
-
-// Every climb tests all candidates again. A literal relative root ("./a/",
-// as HOME may give) climbs to an absolute parent that no longer covers the
-// candidates it covered before, so the climb goes on to "/" and gives up.
-TEST(PathValue, CommonRootRetestsEveryCandidateAfterAClimb) {
-  const std::string home = getEnv("HOME");
-  std::vector<Directory> candidates;
-  for (const char* value : {"./a", "./a/b"}) {
-    setenv("HOME", value, 1);
-    candidates.emplace_back(Directory::WELL_KNOWN_HOME);
-  }
-  setenv("HOME", home.c_str(), 1);
-  EXPECT_EQ(Directory::commonRootOf(candidates)->toUniversalPath(), "./a/");
-  candidates.emplace_back(Directory::WELL_KNOWN_CURRENT);
-  EXPECT_EQ(Directory::commonRootOf(candidates), nullptr);
 }
 
 // The process directory is that of this program, the library's that of the
