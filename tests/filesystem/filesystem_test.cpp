@@ -128,10 +128,13 @@ TEST_F(Walks, RemoveCopyAndGlobActOnlyOnRealEntriesOfTheTree) {
   const auto outside = snapshot("p/t");
   EXPECT_FALSE(Fs::remove(Directory(at("p/t"))));
   EXPECT_EQ(snapshot("p/t"), outside);
-  // A lone directory so named, with no file beside it, fails both the same.
-  lay("q/ q/x\\../ q/x\\../in");
+  // A lone directory so named, with no file beside it, fails both the same;
+  // so does a lone file so named, beside a file that would go.
+  lay("q/ q/x\\../ q/x\\../in r/ r/..\\keep r/y");
   EXPECT_FALSE(Fs::copy(Directory(at("q")), Directory(at("c")), true) ||
-               Fs::remove(Directory(at("q"))));
+               Fs::remove(Directory(at("q"))) ||
+               Fs::copy(Directory(at("r")), Directory(at("c")), true) ||
+               Fs::remove(Directory(at("r"))));
   EXPECT_EQ(read("q/x\\../in"), "q/x\\../in");
 }
 
