@@ -4,7 +4,6 @@
 #include <csignal>
 #include <fstream>
 #include <memory>
-#include <thread>
 #include <vector>
 
 #include "concurrency/test_support.h"

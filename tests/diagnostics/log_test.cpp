@@ -48,7 +48,7 @@ void record(eLogLevel level, const char* format, va_list args) {
 // deprecated accessors warn like any warning and change nothing: a handler
 // setter gives a handler of its own, not null. A call of a function without
 // a result returns 0 after it.
-TEST(Log, DefaultHandlerFiltersWritesAndThrows) {
+TEST(Log, DefaultHandlerFiltersWritesAndThrowsAReplacementGetsAll) {
   const LogHandler original = LogSetHandler(record);
   LogSetHandler(original);
   EXPECT_EQ(LogGetLevel(), LOG_LEVEL_DEBUG);
@@ -95,15 +95,11 @@ TEST(Log, DefaultHandlerFiltersWritesAndThrows) {
   LogSetLevel(LOG_LEVEL_FATAL);
   EXPECT_EXIT(LogFatal("stop %d\n", 3), testing::ExitedWithCode(1),
               "^FATAL: stop 3\n$");
-  LogSetLevel(LOG_LEVEL_DEBUG);
-}
-
-// The threshold, the output and the throw all belong to the default handler:
-// a replacement gets every message unformatted, and the calls return. A
-// failed assertion hands over its located format, not the expanded text; a
-// passing one reads nothing.
-TEST(Log, ReplacedHandlerGetsEveryMessage) {
-  const LogHandler original = LogSetHandler(record);
+  // The threshold, the output and the throw all belong to the default
+  // handler: a replacement gets every message unformatted, and the calls
+  // return. A failed assertion hands over its located format, not the
+  // expanded text; a passing one reads nothing.
+  LogSetHandler(record);
   LogSetLevel(eLogLevel(0));
   EXPECT_EQ(logged([] {
               return LogTrace("t"), LogError("e%d", 2), LogFatal("f %s", "x"),
