@@ -82,8 +82,8 @@ TEST(WellKnown, DirectoriesByName) {
             _getProcessFileName() + " " +
                 File::thatContains(reinterpret_cast<void*>(&getEnv))
                     .toUniversalPath());
-  paintStack();  // so that a read of anything dladdr did not fill would show
-  EXPECT_EQ(File::thatContains(nullptr).toUniversalPath(), "");
+  // After paintStack, a read of anything dladdr did not fill would show.
+  EXPECT_EQ((paintStack(), File::thatContains(nullptr)).toUniversalPath(), "");
   const std::string home = getEnv("HOME"), temp = getEnv("TMPDIR");
   const struct {
     const char *name, *value;
